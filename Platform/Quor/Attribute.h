@@ -1,0 +1,33 @@
+#pragma once
+
+#include <utility>
+#include <variant>
+
+#include "Platform/Quor/Reactor.h"
+
+namespace Quor {
+
+/// One watched value. Writing an equal value is silent.
+template <class T>
+class Attribute : public Subject<std::monostate> {
+public:
+    Attribute() = default;
+    explicit Attribute(T value) : value_(std::move(value)) {}
+
+    T const& operator()() const { return value_; }
+
+    /// False when nothing changed.
+    bool valueIs(T value) {
+        if (value_ == value) return false;
+        value_ = std::move(value);
+        notify({});
+        return true;
+    }
+
+private:
+    T value_{};
+};
+
+using AttributeReactor = Reactor<std::monostate>;
+
+}  // namespace Quor
