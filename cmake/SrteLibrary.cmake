@@ -17,3 +17,19 @@ set_target_properties(srte_library PROPERTIES
   LINKER_LANGUAGE CXX
   VERSION ${PROJECT_VERSION}
   SOVERSION ${PROJECT_VERSION_MAJOR})
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# The version in the header directory lets two incompatible releases be installed side by side.
+set(header_directory ${CMAKE_INSTALL_INCLUDEDIR}/SrTePolicy-${PROJECT_VERSION_MAJOR})
+set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/SrTePolicy)
+install(TARGETS srte_library EXPORT SrTePolicy
+  FILE_SET HEADERS DESTINATION ${header_directory})
+# The library needs nothing but the standard library, so its targets alone are its configuration.
+install(EXPORT SrTePolicy FILE SrTePolicyConfig.cmake
+  NAMESPACE SrTePolicy:: DESTINATION ${package_directory})
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/SrTePolicyConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/SrTePolicyConfigVersion.cmake
+  DESTINATION ${package_directory})
