@@ -17,7 +17,9 @@ StopHook stopHookIs(StopHook hook) {
     return before;
 }
 
-void beforeStopIs(void (*dump)()) { beforeStop = dump; }
+void beforeStopIs(void (*dump)()) {
+    beforeStop = dump;
+}
 
 void assertFail(char const* text, char const* unit, int line) {
     if (stopHook) {

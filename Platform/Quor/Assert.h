@@ -4,9 +4,9 @@
 
 namespace Quor {
 
-/// What runs when an assertion fails; a hook that returns is followed by abort(). A simulator may install one
-/// that throws past the scheduler (a type that does not derive from std::exception), and then drop its
-/// machines as after a crash.
+/// What runs when an assertion fails; a hook that returns is followed by abort(). A simulator may
+/// install one that throws past the scheduler (a type that does not derive from std::exception),
+/// and then drop its machines as after a crash.
 using StopHook = void (*)(char const* text, char const* unit, int line);
 
 /// Installs `hook`, or the default one (message on stderr) for null. Returns the one before.

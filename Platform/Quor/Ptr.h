@@ -10,9 +10,9 @@
 
 namespace Quor {
 
-/// Base of every shared object: an intrusive, non-atomic reference count (one thread owns everything).
-/// When the count falls back to the floor, `onFloor` runs; the floor is 0 except while a dedup table holds
-/// a reference of its own.
+/// Base of every shared object: an intrusive, non-atomic reference count (one thread owns
+/// everything). When the count falls back to the floor, `onFloor` runs; the floor is 0 except while
+/// a dedup table holds a reference of its own.
 class PtrInterface {
 public:
     PtrInterface(PtrInterface const&) = delete;
@@ -54,13 +54,12 @@ public:
     Ptr(Ptr const& other) : object_(other.object_) { acquire(); }
     Ptr(Ptr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
     template <class U>
-        requires std::is_convertible_v<U*, T*>
-    Ptr(Ptr<U> const& other) : object_(other.get()) {
+    requires std::is_convertible_v<U*, T*> Ptr(Ptr<U> const& other) : object_(other.get()) {
         acquire();
     }
     template <class U>
-        requires std::is_convertible_v<U*, T*>
-    Ptr(Ptr<U>&& other) noexcept : object_(other.release()) {}
+    requires std::is_convertible_v<U*, T*> Ptr(Ptr<U>&& other)
+    noexcept : object_(other.release()) {}
     ~Ptr() {
         if (object_) object_->deleteRef();
     }

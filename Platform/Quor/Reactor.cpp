@@ -17,6 +17,8 @@ DispatchScope::DispatchScope() {
     }
 }
 
-DispatchScope::~DispatchScope() { --dispatchDepth; }
+DispatchScope::~DispatchScope() {
+    --dispatchDepth;
+}
 
 }  // namespace Quor

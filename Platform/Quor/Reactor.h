@@ -10,8 +10,9 @@
 
 namespace Quor {
 
-/// Nesting of notifications across all subjects of the process. A chain deeper than `maxDispatchDepth` is
-/// machines writing at each other without end; the assertion turns it into a diagnosis.
+/// Nesting of notifications across all subjects of the process. A chain deeper than
+/// `maxDispatchDepth` is machines writing at each other without end; the assertion turns it into a
+/// diagnosis.
 class SRTE_EXPORT DispatchScope {
 public:
     static constexpr int maxDispatchDepth = 64;
@@ -24,9 +25,9 @@ public:
 template <class K>
 class Reactor;
 
-/// Something that is watched: tells its reactors the key of what changed, synchronously and in the order of
-/// their registration. Reactors may come and go during a notification; one that went is not called any
-/// more, one that came is not called for the current event.
+/// Something that is watched: tells its reactors the key of what changed, synchronously and in the
+/// order of their registration. Reactors may come and go during a notification; one that went is
+/// not called any more, one that came is not called for the current event.
 template <class K>
 class Subject {
 public:
@@ -90,18 +91,18 @@ private:
     mutable bool tombstones_ = false;
 };
 
-/// Calls its owner with the key of every change of a subject, until it is destroyed or switched off. It
-/// holds its owner by raw pointer: a machine declares its reactors last, so that they go first.
+/// Calls its owner with the key of every change of a subject, until it is destroyed or switched
+/// off. It holds its owner by raw pointer: a machine declares its reactors last, so that they go
+/// first.
 template <class K>
 class Reactor {
 public:
     /// `handler` is a captureless callable `(Owner&, K const&)`.
     template <class Owner, class Handler>
-        requires std::is_empty_v<Handler>
-    Reactor(Subject<K> const& subject, Owner* owner, Handler)
-        : subject_(&subject), owner_(owner), handler_([](void* self, K const& key) {
-              Handler{}(*static_cast<Owner*>(self), key);
-          }) {
+    requires std::is_empty_v<Handler> Reactor(Subject<K> const& subject, Owner* owner, Handler)
+        : subject_(&subject),
+          owner_(owner),
+          handler_([](void* self, K const& key) { Handler{}(*static_cast<Owner*>(self), key); }) {
         subject_->reactorIs(this);
     }
     Reactor(Reactor const&) = delete;
