@@ -116,19 +116,17 @@ public:
 
     /// False when the key was absent.
     bool erase(K const& key) {
+        // A leaf that stays well filled needs no path to it.
+        constexpr auto sparse = leafCapacity / 4;
+        if (finger_ && finger_->count > sparse + 1 && finger_->spans(key)) {
+            return eraseIn(*finger_, key);
+        }
         Path path;
         auto* const leaf = descend(key, path);
-        if (!leaf) return false;
-        auto const i = leaf->lowerBound(key);
-        if (i == leaf->count || key < *leaf->keys.at(i)) return false;
-        leaf->keys.erase(leaf->count, i);
-        leaf->values.erase(leaf->count, i);
-        --leaf->count;
-        --size_;
-        ++stamp_;
+        if (!leaf || !eraseIn(*leaf, key)) return false;
         if (leaf->count == 0) {
             removeLeaf(leaf, path);
-        } else if (leaf->count <= leafCapacity / 4) {
+        } else if (leaf->count <= sparse) {
             absorbNext(leaf, path);
         }
         return true;
@@ -306,6 +304,17 @@ private:
         leaf.next = right;
         addChild(path, 1, right->count ? *right->keys.at(0) : key, right);
         return right;
+    }
+
+    bool eraseIn(Leaf& leaf, K const& key) {
+        auto const i = leaf.lowerBound(key);
+        if (i == leaf.count || key < *leaf.keys.at(i)) return false;
+        leaf.keys.erase(leaf.count, i);
+        leaf.values.erase(leaf.count, i);
+        --leaf.count;
+        --size_;
+        ++stamp_;
+        return true;
     }
 
     void addChild(Path& path, std::size_t level, K const& separator, void* node) {
