@@ -11,7 +11,7 @@
 namespace Duallog {
 namespace {
 
-constexpr std::size_t ringBytes = 256 * 1024;
+constexpr std::size_t ringBytes = std::size_t{256} * 1024;
 
 void printRing();
 

@@ -9,6 +9,7 @@
 ///     }
 ///
 /// While the level is off this costs one load and one test: `expression` is not evaluated.
+// NOLINTBEGIN(bugprone-macro-parentheses): the expression goes on the chain.
 #define SRTE_TRACE(level, expression)                              \
     do {                                                           \
         if (traceFacility.enabled(level)) [[unlikely]] {           \
@@ -16,3 +17,4 @@
             srteTraceLine << expression;                           \
         }                                                          \
     } while (false)
+// NOLINTEND(bugprone-macro-parentheses)
