@@ -1,0 +1,135 @@
+#include <set>
+#include <span>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "Platform/Quor/RangeError.h"
+#include "Platform/Tunnel/SrTePolicyTunnelTable.h"
+#include "Platform/Tunnel/SrTeSegmentListTunnelTable.h"
+#include "Platform/Tunnel/TiLfaTunnelTable.h"
+
+namespace {
+
+using namespace Tunnel::TunnelTable;
+using Pooltab::Fib::ViaIndex;
+using testing::ThrowsMessage;
+using Wirex::IntfId;
+using Wirex::IpGenAddr;
+
+TEST(TunnelId, isATypeAndAnIndex) {
+    auto const id = TunnelId::make(TunnelType::srTeSegmentList, 0xFFFFFFFF);
+    EXPECT_EQ(id.value(), 0xD000FFFFFFFFu);
+    EXPECT_EQ(id.type(), TunnelType::srTeSegmentList);
+    EXPECT_EQ(id.index(), 0xFFFFFFFFu);
+    EXPECT_EQ(id.stringValue(), "13-4294967295");
+    EXPECT_EQ(TunnelId(0x1FFFFFFFFFFFF).stringValue(), "31-17592186044415");
+
+    auto constexpr text =
+        "TunnelId::value < TunnelId::minValue or > TunnelId::maxValue not allowed";
+    EXPECT_THAT([] { TunnelId(0x2000000000000); }, ThrowsMessage<Quor::RangeError>(text));
+    EXPECT_THAT([] { TunnelId::make(TunnelType::srTePolicy, TunnelId::maxIndex + 1); },
+                ThrowsMessage<Quor::RangeError>(text));
+}
+
+TEST(TunnelId, isReadFromItsOwnTextOnly) {
+    EXPECT_EQ(TunnelId::fromString("12-5"), TunnelId::make(TunnelType::tiLfa, 5));
+    EXPECT_EQ(TunnelId::fromString("31-17592186044415"), TunnelId(TunnelId::maxValue));
+    for (auto const* const text : {"", "12", "12-", "-5", "12-05", "12-5 ", "12 5", "32-0",
+                                   "12-17592186044416", "268-5", "12-99999999999999999999"}) {
+        EXPECT_THAT(
+            [&] { TunnelId::fromString(text); },
+            ThrowsMessage<Quor::RangeError>("Tunnel::TunnelTable::TunnelId: malformed text"))
+            << text;
+    }
+}
+
+// Every family, every kind of interface, and stacks of no, some and the most labels.
+std::vector<MplsVia> variedVias() {
+    auto const stack =
+        Wirex::BoundedMplsLabelStack{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 0xFFFFF};
+    return {{},
+            {IpGenAddr::ipv4(0xC0000201), IntfId::physical("et1"), Wirex::pushOperation({100, 0})},
+            {*IpGenAddr::parse("2001:db8::1"),
+             IntfId::physical("et2"),
+             {Wirex::MplsLabelAction::swap, stack}},
+            {{}, IntfId::dynamicTunnel(~std::uint64_t{0}), {Wirex::MplsLabelAction::pop, {}}},
+            {IpGenAddr::ipv6({}), IntfId::hierarchicalFec(0x1000000000000005), {}}};
+}
+
+TEST(SrTeSegmentListTunnelTable, keepsEveryViaAsItWas) {
+    auto const table = Quor::makePtr<SrTeSegmentListTunnelTable>();
+    auto const id = TunnelId::make(TunnelType::srTeSegmentList, 3);
+    EXPECT_TRUE(table->entryIs({id, variedVias()}));
+    auto const* const entry = table->entry(id);
+    EXPECT_EQ(entry->vias(), variedVias());
+    for (std::size_t i = 0; i < entry->viaCount(); ++i) {
+        EXPECT_EQ(entry->via(ViaIndex(i)), variedVias()[i]);
+    }
+    auto const copy = *entry;
+    table->entryDelAll();
+    EXPECT_EQ(copy.vias(), variedVias());
+}
+
+TEST(SrTeSegmentListTunnelTable, tellsOneViaFromAnother) {
+    auto const vias = variedVias();
+    auto const id = TunnelId::make(TunnelType::srTeSegmentList, 3);
+    std::set<MplsVia> ordered;
+    std::unordered_set<MplsVia> hashed;
+    for (auto const& a : vias) {
+        ordered.insert(a);
+        hashed.insert(a);
+        for (auto const& b : vias) {
+            EXPECT_EQ((SrTeSegmentListTunnelTableEntry(id, std::span(&a, 1)) ==
+                       SrTeSegmentListTunnelTableEntry(id, std::span(&b, 1))),
+                      &a == &b);
+        }
+    }
+    EXPECT_EQ(ordered.size(), vias.size());
+    EXPECT_EQ(hashed.size(), vias.size());
+}
+
+TEST(SrTeSegmentListTunnelTable, takesSixHundredVias) {
+    auto const id = TunnelId::make(TunnelType::srTeSegmentList, 3);
+    std::vector<MplsVia> vias(600, variedVias()[1]);
+    EXPECT_EQ(SrTeSegmentListTunnelTableEntry(id, vias).viaCount(), 600u);
+    vias.emplace_back();
+    EXPECT_THAT([&] { SrTeSegmentListTunnelTableEntry(id, vias); },
+                ThrowsMessage<Quor::RangeError>(
+                    "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed"));
+}
+
+TEST(SrTeSegmentListTunnelTable, isReplacedByEqualEntriesInSilence) {
+    auto const table = Quor::makePtr<SrTeSegmentListTunnelTable>();
+    int told = 0;
+    Quor::Reactor<TunnelId> const reactor(table->entry(), &told,
+                                          [](int& count, TunnelId const&) { ++count; });
+    auto const id = TunnelId::make(TunnelType::srTeSegmentList, 3);
+    table->entryIs({id, variedVias()});
+    EXPECT_FALSE(table->entryIs({id, variedVias()}));
+    EXPECT_EQ(told, 1);
+    table->entryIs({id, {}});
+    EXPECT_EQ(told, 2);
+    EXPECT_EQ(table->entry(id)->stringValue(), "13-3:");
+    EXPECT_TRUE(table->entryDel(id));
+    EXPECT_FALSE(table->entryDel(id));
+    EXPECT_EQ(told, 3);
+}
+
+TEST(TunnelTables, knowAnEntryWithoutABackupAndAnAddressOfEitherFamily) {
+    auto const tiLfa = Quor::makePtr<TiLfaTunnelTable>();
+    auto const id = TunnelId::make(TunnelType::tiLfa, 1);
+    tiLfa->entryIs({id, variedVias()[1], {}});
+    EXPECT_FALSE(tiLfa->entry(id)->backupVia);
+    EXPECT_TRUE(tiLfa->entryIs({id, variedVias()[1], variedVias()[2]}));
+
+    auto const policies = Quor::makePtr<SrTePolicyTunnelTable>();
+    auto const policy = TunnelId::make(TunnelType::srTePolicy, 0x100000000);
+    auto const endpoint = Wirex::IpGenPrefix::fullLength(*IpGenAddr::parse("2001:db8::1"));
+    policies->entryIs({policy, endpoint, 100, 7});
+    EXPECT_FALSE(policies->entryIs({policy, endpoint, 100, 7}));
+    EXPECT_TRUE(policies->entryIs({policy, endpoint, 100, 8}));
+    EXPECT_EQ(policies->entry(policy)->endpoint.stringValue(), "2001:db8::1/128");
+}
+
+}  // namespace
