@@ -42,7 +42,7 @@ void Fec::swap(Fec& other) noexcept {
 
 std::string Fec::stringValue() const {
     auto text = fecId_.stringValue() + ":";
-    for (auto const& via : vias()) text += " " + via.stringValue();
+    for (auto const& via : vias()) text.append(" ").append(via.stringValue());
     return text;
 }
 

@@ -6,7 +6,7 @@ std::string SrTeSegmentListTunnelTableEntry::stringValue() const {
     auto text = tunnelId.stringValue() + ":";
     char const* separator = " ";
     for (auto const& via : vias()) {
-        text += separator + via.stringValue();
+        text.append(separator).append(via.stringValue());
         separator = ", ";
     }
     return text;
