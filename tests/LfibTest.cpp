@@ -1,7 +1,5 @@
-#include <initializer_list>
-#include <optional>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Platform/Mpls/Config.h"
@@ -53,7 +51,7 @@ TEST(Lfib, aLookupThatMissesYieldsTheDefault) {
     EXPECT_EQ(lfib->extFecVia(set), LfibExtFecVia());
 
     // The route of label 0 is none of these.
-    LfibWriter(lfib).lfibRouteIs({.key = keyOf(0), .mplsVias = {}});
+    LfibWriter(lfib).lfibRouteIs(mplsRoute(0, {}));
     EXPECT_NE(lfib->route(keyOf(0)), LfibRoute());
 }
 
@@ -92,9 +90,10 @@ struct Reader {
         auto const set = lfib->viaSet(route.viaSetKey);
         auto text = key.stringValue() + ":";
         for (std::uint32_t i = 0; i < set.count; ++i) {
-            text += " " + (set.type == LfibViaType::mpls
-                               ? lfib->mplsVia(set.key(i)).nextHop.stringValue()
-                               : lfib->extFecVia(set.viaSetKey).fecId.stringValue());
+            text += ' ';
+            text += set.type == LfibViaType::mpls
+                        ? lfib->mplsVia(set.key(i)).nextHop.stringValue()
+                        : lfib->extFecVia(set.viaSetKey).fecId.stringValue();
         }
         events.push_back(text);
     }
