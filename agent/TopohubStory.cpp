@@ -104,10 +104,12 @@ std::string title(TopohubStory const& story) {
     auto const& view = story.view;
     auto const place = view.network().name + " from " + view.name(view.self());
     if (!story.failing) return place + ", a router without links";
+    auto const event =
+        place + ": the link to " + view.name(view.neighbor(*story.failing)) + " fails and returns";
+    if (story.plan.policies.empty()) return event;
     auto const lost = toll(story).down;
-    return place + ": the link to " + view.name(view.neighbor(*story.failing)) +
-           " fails and returns, " +
-           (lost == 0 ? "every policy stays up" : counted(lost, "policy") + " down meanwhile");
+    return event + (lost == 0 ? ", every policy stays up"
+                              : ", " + counted(lost, "policy") + " down meanwhile");
 }
 
 std::string headComments(TopohubStory const& story, std::string const& command) {

@@ -221,8 +221,7 @@ TEST(TopohubImport, NamesFromElsewhereStayNames) {
                              "0", Metric::Hops);
     auto const scenario = YAML::Load(text);
     EXPECT_EQ(scenario["scenario"].as<std::string>(),
-              "x: \"y\" # z\n from it's A\nlfib: {}: the link to B {x} fails and returns, "
-              "every policy stays up");
+              "x: \"y\" # z\n from it's A\nlfib: {}: the link to B {x} fails and returns");
     EXPECT_EQ(flow(scenario["lfib"]["16002"]),
               "[{nh: 10.0.0.3, if: to-B-x-, out: pop}, {nh: 10.0.0.7, if: to-B-x--3, out: pop}]");
     EXPECT_EQ(scenario["lfib"]["16003"][0]["if"].as<std::string>(), "to-B-x--2");
