@@ -8,7 +8,8 @@ void PolicySelectionInput::policyIdEntryIs(PolicyIdEntry entry) {
     PolicyId const id = entry.policyId;
     auto const [row, inserted] = entries_.tryEmplace(id, std::move(entry));
     if (!inserted) {
-        if (*row == entry) return;
+        // An emplace that found the row left `entry` alone.
+        if (*row == entry) return;  // NOLINT(bugprone-use-after-move)
         bool const sameEntry =
             row->preference == entry.preference && row->originator == entry.originator;
         bool const bindingSidChanged = sameEntry && row->bindingSid != entry.bindingSid;

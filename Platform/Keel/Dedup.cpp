@@ -51,7 +51,7 @@ Quor::Ptr<DedupHandle> DedupHashTable::dedup(DedupHandle* candidate) {
         lookup(hash, [candidate](DedupHandle const& handle) { return handle.compare(candidate); });
     if (equal) return equal;
 
-    Quor::Ptr<DedupHandle> const interned(candidate);
+    Quor::Ptr<DedupHandle> interned(candidate);
     insert(candidate, hash);
     // The callback may intern other contents: no slot is held across it.
     if (auto const notifiee = notifiee_) notifiee->handleInsert(interned);

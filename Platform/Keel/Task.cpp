@@ -75,7 +75,7 @@ void TaskScheduler::expire() {
 Quor::Ptr<Task> TaskScheduler::takeReady() {
     for (auto& queue : ready_) {
         if (queue.empty()) continue;
-        Quor::Ptr<Task> const task(queue.front());
+        Quor::Ptr<Task> task(queue.front());
         queue.pop_front();
         task->state_ = Task::State::idle;
         return task;

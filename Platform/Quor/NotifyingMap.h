@@ -46,7 +46,7 @@ public:
         if (!inserted) {
             // An emplace that found the row left `value` alone.
             if constexpr (rule == WriteRule::notifyOnChange) {
-                if (*row == value) return false;
+                if (*row == value) return false;  // NOLINT(bugprone-use-after-move)
             }
             using std::swap;
             swap(*row, value);
