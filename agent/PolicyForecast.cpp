@@ -9,11 +9,13 @@ namespace Agent::Topohub {
 namespace {
 
 /// The labels that a packet leaves with over a via of the top label's route.
-std::vector<Label> wireLabels(std::vector<Label> const& labels, Via const& via) {
-    std::vector<Label> out;
-    if (via.out) out.push_back(*via.out);
-    out.insert(out.end(), labels.begin() + 1, labels.end());
-    return out;
+std::vector<Label> wireLabels(std::vector<Label> labels, Via const& via) {
+    if (via.out) {
+        labels.front() = *via.out;
+    } else {
+        labels.erase(labels.begin());
+    }
+    return labels;
 }
 
 /// Adds the ways of one list: the vias of its top label's route share its weight equally. Lists of
