@@ -64,6 +64,9 @@ public:
         if (task_) task_->scheduleTask();
     }
 
+    /// Whether the current run should give the loop back, for work that follows the keys.
+    bool shouldYield() { return task_ && task_->taskShouldYield(); }
+
     /// Takes the key out of its turn, with its flag; nothing when it does not wait.
     std::optional<bool> take(Key const& key) {
         if (!pending_.has(key)) return std::nullopt;
