@@ -7,17 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "agent/InputError.h"
+#include "agent/Findings.h"
 
 namespace Agent {
-
-/// A place in the input; both count from 1.
-struct Mark {
-    int line = 0;
-    int column = 0;
-
-    friend auto operator<=>(Mark const&, Mark const&) = default;
-};
 
 /// A value of the input with its place. Scalars are kept as text; whoever knows what is meant turns
 /// them into numbers.
@@ -41,14 +33,15 @@ struct Node {
     bool isScalar() const { return kind == Kind::scalar; }
     bool isSequence() const { return kind == Kind::sequence; }
     bool isMapping() const { return kind == Kind::mapping; }
+    bool isInvalid() const { return kind == Kind::invalid; }
 
-    /// The value of `key`; null when there is none, or when it is the null value.
+    /// The value of `key` in a mapping; null when there is none, or when it is the null value.
     Node const* find(std::string_view key) const;
-    /// The member of `key`, also when its value is null.
+    /// The member of `key`, whatever its value; null when there is none.
     Member* member(std::string_view key);
     Member const* member(std::string_view key) const;
-    /// Adds a member whose key must be new.
-    Member& add(std::string key, Mark keyMark, Node value);
+    /// Adds a member, whose key must be new.
+    Member& add(std::string const& key, Mark keyMark, Node value);
 
 private:
     std::map<std::string, std::size_t, std::less<>> places_;
@@ -58,15 +51,13 @@ struct Node::Member {
     std::string key;
     Mark keyMark;
     Node value;
-    bool keyIsNull = false;
 };
 
 /// Reads the one document of a YAML or JSON text.
 ///
 /// What a scenario may not use, though YAML has it (a key twice, a second document, anchors,
-/// aliases, tags), goes to `found` with its place, as does the first fault of the syntax, at which
-/// reading ends. The tree is then what was read until there.
-Node readYamlTree(std::string const& text, std::string const& fileName,
-                  std::vector<Diagnostic>& found);
+/// aliases, tags), goes to `findings`. Throws InputError with all findings at the first fault of
+/// the syntax, which ends the reading.
+Node readYamlTree(std::string const& text, Findings& findings);
 
 }  // namespace Agent

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "agent/Shape.h"
+
+namespace Agent {
+
+/// Everything that a scenario file may contain: its keys, the form and the range of every value.
+/// What only shows once an event's patch is applied, and what one part of the file says about
+/// another, is not judged here.
+Shape scenarioShape();
+
+/// Adds a finding for each use of a part that the format has and this release does not run yet.
+void refuseUnbuiltParts(Node const& file, Findings& findings);
+
+}  // namespace Agent
