@@ -6,45 +6,83 @@
 namespace SrTePolicy {
 namespace {
 
-// Best last; equal ranks are possible, as rank and identity have originators of their own.
-bool ranksBelow(PolicyEntry const& a, PolicyEntry const& b) {
-    if (a.priority != b.priority) return b.priority.betterThan(a.priority);
-    auto const source = [](PolicyEntry const& entry) {
-        auto const& candidate = entry.policyId.candidate;
-        return Originator{candidate.originator, candidate.originatorAs};
-    };
-    if (auto const bySource = source(b) <=> source(a); bySource != 0) return bySource < 0;
-    return b.policyId.candidate < a.policyId.candidate;
+// The identity, beyond what the priority holds of it.
+Originator namedOriginator(PolicyEntry const& entry) {
+    auto const& candidate = entry.policyId.candidate;
+    return {candidate.originator, candidate.originatorAs};
 }
 
-auto findCandidate(std::vector<PolicyEntry>& candidates, CandidateId const& id) {
-    return std::find_if(candidates.begin(), candidates.end(),
-                        [&id](PolicyEntry const& entry) { return entry.policyId.candidate == id; });
+bool ranksBelow(PolicyEntry const& a, PolicyEntry const& b) {
+    return losingField(a, b).has_value();
 }
 
 }  // namespace
-
-bool Priority::betterThan(Priority const& other) const {
-    if (preference != other.preference) return preference > other.preference;
-    if (protocol != other.protocol) return protocol > other.protocol;
-    if (originator != other.originator) return originator < other.originator;
-    return discriminator > other.discriminator;
-}
 
 std::string Priority::stringValue() const {
     return protocolEnumToString(protocol) + "-" + preference.stringValue() + "-" +
            originator.stringValue() + " - " + std::to_string(discriminator);
 }
 
-PolicyEntry const* Policy::candidate(CandidateId const& id) const {
-    for (auto const& entry : candidates_) {
-        if (entry.policyId.candidate == id) return &entry;
+std::string_view losingFieldToString(LosingField field) {
+    switch (field) {
+        case LosingField::lowerPreference: return "lower-preference";
+        case LosingField::lowerProtocol: return "lower-protocol";
+        case LosingField::higherOriginator: return "higher-originator";
+        case LosingField::lowerDiscriminator: return "lower-discriminator";
+        case LosingField::tieBreak: break;
     }
-    return nullptr;
+    return "tie-break";
 }
 
-PolicyEntry const* Policy::active() const {
-    return active_ ? candidate(*active_) : nullptr;
+// The directions differ between the fields on purpose.
+std::optional<LosingField> losingField(PolicyEntry const& loser, PolicyEntry const& winner) {
+    auto const& low = loser.priority;
+    auto const& high = winner.priority;
+    auto const losesBy = [](bool lost, LosingField field) {
+        return lost ? std::optional(field) : std::nullopt;
+    };
+    if (low.preference != high.preference) {
+        return losesBy(low.preference < high.preference, LosingField::lowerPreference);
+    }
+    if (low.protocol != high.protocol) {
+        return losesBy(low.protocol < high.protocol, LosingField::lowerProtocol);
+    }
+    if (low.originator != high.originator) {
+        return losesBy(low.originator > high.originator, LosingField::higherOriginator);
+    }
+    if (low.discriminator != high.discriminator) {
+        return losesBy(low.discriminator < high.discriminator, LosingField::lowerDiscriminator);
+    }
+    return losesBy(namedOriginator(loser) > namedOriginator(winner), LosingField::tieBreak);
+}
+
+std::int32_t Policy::placeOf(CandidateId const& id) const {
+    for (std::size_t place = 0; place < candidates_.size(); ++place) {
+        if (candidates_[place].policyId.candidate == id) return static_cast<std::int32_t>(place);
+    }
+    return none;
+}
+
+PolicyEntry const* Policy::candidate(CandidateId const& id) const {
+    auto const place = placeOf(id);
+    return place == none ? nullptr : &at(place);
+}
+
+std::int32_t Policy::insert(PolicyEntry const& entry) {
+    auto const above = std::upper_bound(candidates_.begin(), candidates_.end(), entry, ranksBelow);
+    auto const place = static_cast<std::int32_t>(above - candidates_.begin());
+    candidates_.insert(above, entry);
+    if (active_ >= place) ++active_;
+    return place;
+}
+
+void Policy::erase(std::int32_t place) {
+    candidates_.erase(candidates_.begin() + place);
+    if (active_ == place) {
+        active_ = none;
+    } else if (active_ > place) {
+        --active_;
+    }
 }
 
 void EcPolicy::policyIs(PolicyKey const& key) {
@@ -63,55 +101,51 @@ void EcPolicy::policyDelAll() {
 void EcPolicy::candidateIs(PolicyEntry const& entry) {
     auto* const policy = policies_.find(entry.policyId.key);
     QUOR_ASSERT(policy, "policy");
-    auto& candidates = policy->candidates_;
-    auto const found = findCandidate(candidates, entry.policyId.candidate);
-    if (found == candidates.end()) {
-        candidates.insert(std::upper_bound(candidates.begin(), candidates.end(), entry, ranksBelow),
-                          entry);
+    auto const place = policy->placeOf(entry.policyId.candidate);
+    if (place == Policy::none) {
+        policy->insert(entry);
         return;
     }
-    if (*found == entry) return;
-    bool const rankChanged = found->priority != entry.priority;
-    bool const forwardingChanged = found->bindingSid != entry.bindingSid ||
-                                   found->enlp != entry.enlp || found->wTunnelId != entry.wTunnelId;
-    if (rankChanged) {
-        candidates.erase(found);
-        candidates.insert(std::upper_bound(candidates.begin(), candidates.end(), entry, ranksBelow),
-                          entry);
+    auto& held = policy->candidates_[static_cast<std::size_t>(place)];
+    if (held == entry) return;
+    bool const active = place == policy->active_;
+    bool const forwardingChanged = held.bindingSid != entry.bindingSid || held.enlp != entry.enlp ||
+                                   held.wTunnelId != entry.wTunnelId;
+    if (held.priority == entry.priority) {
+        held = entry;
     } else {
-        *found = entry;
+        policy->erase(place);
+        auto const newPlace = policy->insert(entry);
+        if (active) policy->active_ = newPlace;
     }
-    if (forwardingChanged && policy->active_ == entry.policyId.candidate) {
-        activeEntrySubject_.notify(entry.policyId.key);
-    }
+    if (active && forwardingChanged) activeEntrySubject_.notify(PolicyKey(entry.policyId.key));
 }
 
 void EcPolicy::candidateDel(PolicyId const& id) {
     auto* const policy = policies_.find(id.key);
-    if (!policy) return;
-    auto const found = findCandidate(policy->candidates_, id.candidate);
-    if (found == policy->candidates_.end()) return;
-    PolicyId const unlinked = id;
-    policy->candidates_.erase(found);
-    if (policy->active_ != unlinked.candidate) return;
-    policy->active_.reset();
-    activeSubject_.notify(unlinked.key);
+    auto const place = policy ? policy->placeOf(id.candidate) : Policy::none;
+    if (place == Policy::none) return;
+    PolicyKey const key = id.key;  // `id` may lie in the candidate
+    bool const active = place == policy->active_;
+    policy->erase(place);
+    if (active) activeSubject_.notify(key);
 }
 
 void EcPolicy::activeIs(PolicyId const& id) {
     auto* const policy = policies_.find(id.key);
-    QUOR_ASSERT(policy && policy->candidate(id.candidate), "policy->candidate(id)");
-    policy->active_ = id.candidate;
+    auto const place = policy ? policy->placeOf(id.candidate) : Policy::none;
+    QUOR_ASSERT(place != Policy::none, "policy->candidate(id)");
+    policy->active_ = place;
     activeSubject_.notify(PolicyKey(id.key));
 }
 
 void EcPolicy::bindingSidIs(PolicyId const& id, Wirex::MplsLabel bindingSid) {
     auto* const policy = policies_.find(id.key);
-    if (!policy) return;
-    auto const found = findCandidate(policy->candidates_, id.candidate);
-    if (found == policy->candidates_.end() || found->bindingSid == bindingSid) return;
-    found->bindingSid = bindingSid;
-    if (policy->active_ == id.candidate) activeEntrySubject_.notify(PolicyKey(id.key));
+    auto const place = policy ? policy->placeOf(id.candidate) : Policy::none;
+    if (place == Policy::none) return;
+    auto& held = policy->candidates_[static_cast<std::size_t>(place)].bindingSid;
+    if (std::exchange(held, bindingSid) == bindingSid) return;
+    if (place == policy->active_) activeEntrySubject_.notify(PolicyKey(id.key));
 }
 
 }  // namespace SrTePolicy

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "Platform/Quor/InlineVector.h"
 #include "Platform/Quor/OrderedMap.h"
 #include "Platform/Quor/Ptr.h"
 #include "Platform/Quor/Reactor.h"
@@ -14,29 +17,29 @@
 
 namespace SrTePolicy {
 
-/// A candidate's rank inside its policy (RFC 9256, 2.9). `betterThan` decides field by field; the
-/// directions differ on purpose.
+/// A candidate's rank inside its policy (RFC 9256, 2.9): the fields that decide, in their order.
 struct SRTE_EXPORT Priority {
     Preference preference;
     Protocol protocol = Protocol::unknown;
     Originator originator;
     std::uint32_t discriminator = 0;
 
-    /// Higher preference, higher protocol, lower originator, higher discriminator.
-    bool betterThan(Priority const& other) const;
     /// PROTOCOL-PREFERENCE-ORIGINATOR - DISCRIMINATOR.
     std::string stringValue() const;
 
     friend bool operator==(Priority const&, Priority const&) = default;
 };
 
-/// A tunnel of an active candidate with its share of the traffic.
+/// A tunnel of a candidate with its share of the traffic.
 struct SRTE_EXPORT WeightedTunnelId {
     Tunnel::TunnelTable::TunnelId tunnelId;
     std::uint32_t weight = 1;
 
     friend bool operator==(WeightedTunnelId const&, WeightedTunnelId const&) = default;
 };
+
+/// The tunnels of a candidate; nearly every candidate has one or two.
+using WeightedTunnelIds = Quor::InlineVector<WeightedTunnelId, 2>;
 
 /// A candidate with at least one usable segment list.
 struct SRTE_EXPORT PolicyEntry {
@@ -45,26 +48,53 @@ struct SRTE_EXPORT PolicyEntry {
     Wirex::MplsLabel bindingSid;
     Enlp enlp;
     /// The tunnels of the usable lists only, in the source's order.
-    std::vector<WeightedTunnelId> wTunnelId;
+    WeightedTunnelIds wTunnelId;
 
     friend bool operator==(PolicyEntry const&, PolicyEntry const&) = default;
 };
 
-/// The usable candidates of one policy, best last, and the chosen one.
+/// What a candidate lost by: the first field in which it differs from the winner. Two candidates of
+/// one policy can have equal priorities, as the originator that ranks a candidate is not the one
+/// that names it; then the latter breaks the tie.
+enum class LosingField {
+    lowerPreference,
+    lowerProtocol,
+    higherOriginator,
+    lowerDiscriminator,
+    tieBreak
+};
+
+/// "lower-preference", "lower-protocol", "higher-originator", "lower-discriminator", "tie-break".
+SRTE_EXPORT std::string_view losingFieldToString(LosingField field);
+
+/// Why `loser` ranks below `winner`; nothing when it does not. Both are candidates of one policy.
+SRTE_EXPORT std::optional<LosingField> losingField(PolicyEntry const& loser,
+                                                   PolicyEntry const& winner);
+
+/// The usable candidates of one policy, best last, and the chosen one. They are few.
 class SRTE_EXPORT Policy {
 public:
     std::vector<PolicyEntry> const& candidates() const { return candidates_; }
+    /// Null when absent. This pointer, and those below, hold until the next change of the table.
     PolicyEntry const* candidate(CandidateId const& id) const;
     /// The chosen candidate, one of `candidates`, or null.
-    PolicyEntry const* active() const;
-    /// The best candidate by rank; of equal ranks the lower originator of the `CandidateId`. Null
-    /// when there is none.
+    PolicyEntry const* active() const { return active_ < 0 ? nullptr : &at(active_); }
+    /// The best candidate; null when there is none.
     PolicyEntry const* best() const { return candidates_.empty() ? nullptr : &candidates_.back(); }
 
 private:
     friend class EcPolicy;
+    static constexpr std::int32_t none = -1;
+
+    PolicyEntry const& at(std::int32_t place) const {
+        return candidates_[static_cast<std::size_t>(place)];
+    }
+    std::int32_t placeOf(CandidateId const& id) const;
+    std::int32_t insert(PolicyEntry const& entry);
+    void erase(std::int32_t place);
+
     std::vector<PolicyEntry> candidates_;
-    std::optional<CandidateId> active_;
+    std::int32_t active_ = none;  // its place in `candidates_`
 };
 
 /// The selected policies. Written by PolicySelectionSm alone; survives a restart of the agent.
@@ -86,8 +116,9 @@ public:
 
     /// Inserts the candidate at its rank, or rewrites the one with its `CandidateId` in place;
     /// nothing is written when nothing differs. The policy must exist. The active candidate stays
-    /// the active one.
+    /// the active one, also at another rank.
     void candidateIs(PolicyEntry const& entry);
+    /// Without the active candidate the policy has none until another is chosen.
     void candidateDel(PolicyId const& id);
     /// Makes the candidate, which must exist, the active one; told also when it is the same
     /// candidate with another rank. Who keeps the choice does not call this.
