@@ -68,6 +68,13 @@ PolicyEntry const* Policy::candidate(CandidateId const& id) const {
     return place == none ? nullptr : &at(place);
 }
 
+PolicyEntry const* Policy::best(PolicyEntry const* except) const {
+    for (auto entry = candidates_.rbegin(); entry != candidates_.rend(); ++entry) {
+        if (&*entry != except) return &*entry;
+    }
+    return nullptr;
+}
+
 std::int32_t Policy::insert(PolicyEntry const& entry) {
     auto const above = std::upper_bound(candidates_.begin(), candidates_.end(), entry, ranksBelow);
     auto const place = static_cast<std::int32_t>(above - candidates_.begin());

@@ -79,8 +79,8 @@ public:
     PolicyEntry const* candidate(CandidateId const& id) const;
     /// The chosen candidate, one of `candidates`, or null.
     PolicyEntry const* active() const { return active_ < 0 ? nullptr : &at(active_); }
-    /// The best candidate; null when there is none.
-    PolicyEntry const* best() const { return candidates_.empty() ? nullptr : &candidates_.back(); }
+    /// The best candidate besides `except`, which may be null; null when there is none.
+    PolicyEntry const* best(PolicyEntry const* except = nullptr) const;
 
 private:
     friend class EcPolicy;

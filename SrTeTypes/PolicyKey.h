@@ -53,6 +53,11 @@ struct SRTE_EXPORT PolicyId {
     PolicyKey key;
     CandidateId candidate;
 
+    /// Not above any candidate of the policy: where a walk over them starts.
+    static PolicyId lowest(PolicyKey const& key) {
+        return {key, {static_cast<Protocol>(0), Wirex::IpGenAddr(), 0, 0}};
+    }
+
     std::string stringValue() const;
     std::uint64_t hash(std::uint64_t seed = 0) const;
 

@@ -1,18 +1,10 @@
 #include "SrTeTypes/PolicyKeyToIdMap.h"
 
 namespace SrTePolicy {
-namespace {
-
-// Not above any candidate of the key: protocol, addresses and numbers at their least.
-PolicyId lowestId(PolicyKey const& key) {
-    return {key, {static_cast<Protocol>(0), Wirex::IpGenAddr(), 0, 0}};
-}
-
-}  // namespace
 
 PolicyKeyToIdMap::Candidates::Position PolicyKeyToIdMap::firstCandidate(
     PolicyKey const& key) const {
-    return candidates_.lowerBound(lowestId(key));
+    return candidates_.lowerBound(PolicyId::lowest(key));
 }
 
 bool PolicyKeyToIdMap::hasPolicy(PolicyKey const& key) const {

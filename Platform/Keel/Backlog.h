@@ -52,6 +52,7 @@ public:
     std::optional<Key> const& bookmark() const { return bookmark_; }
     /// Null before `start` and after `stop`.
     TimerTask const* task() const { return task_.get(); }
+    TimerTask* task() { return task_.get(); }
 
     /// A key that waits already keeps its flag if that is on.
     void mark(Key const& key, bool flag = false) { pending_.insert(key, flag); }
@@ -67,9 +68,11 @@ public:
     /// Whether the current run should give the loop back, for work that follows the keys.
     bool shouldYield() { return task_ && task_->taskShouldYield(); }
 
-    /// Takes the key out of its turn, with its flag; nothing when it does not wait.
+    /// Takes the key out of its turn, with its flag, as work of the current run; nothing when it
+    /// does not wait.
     std::optional<bool> take(Key const& key) {
         if (!pending_.has(key)) return std::nullopt;
+        ++takenOutOfTurn_;
         return pending_.take(key);
     }
 
@@ -81,6 +84,7 @@ public:
     Run drain(Process const& process, Failed const& failed, Bookmarked const& bookmarked) {
         Run run;
         Key key;
+        takenOutOfTurn_ = 0;
         auto const from = std::exchange(bookmark_, std::nullopt);
         bool more = from ? pending_.atOrAfter(*from, key) : pending_.first(key);
         while (more) {
@@ -95,7 +99,7 @@ public:
             } catch (Quor::RangeError const& error) {
                 failed(key, error);
             }
-            ++run.count;
+            run.count += 1 + std::exchange(takenOutOfTurn_, 0);
             if (!task_) return run;  // the work ended the machine
             more = pending_.after(key, key);
             if (task_->taskShouldYield()) {
@@ -128,6 +132,7 @@ private:
     Quor::Ptr<TimerTask> task_;
     Pending pending_;
     std::optional<Key> bookmark_;
+    std::uint64_t takenOutOfTurn_ = 0;
 };
 
 }  // namespace Keel
