@@ -33,3 +33,12 @@ write_basic_package_version_file(
   ${PROJECT_BINARY_DIR}/SrTePolicyConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/SrTePolicyConfigVersion.cmake
   DESTINATION ${package_directory})
+
+# srte_on_library: the host once more, linked to libSrTePolicy.so instead of to its parts. It links
+# only while what the library exports is all that a host needs; .ci/consumer builds it.
+function(srte_host_on_library)
+  add_executable(srte_on_library EXCLUDE_FROM_ALL
+    $<TARGET_OBJECTS:srte> $<TARGET_OBJECTS:srte_agent>)
+  target_link_libraries(srte_on_library PRIVATE srte_library yaml-cpp)
+  set_target_properties(srte_on_library PROPERTIES LINKER_LANGUAGE CXX)
+endfunction()
