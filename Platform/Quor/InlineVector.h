@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <span>
 #include <type_traits>
 #include <utility>
 
@@ -24,6 +25,7 @@ public:
 
     InlineVector() = default;
     InlineVector(std::initializer_list<T> values) { append(values.begin(), values.size()); }
+    explicit InlineVector(std::span<T const> values) { append(values.data(), values.size()); }
     InlineVector(InlineVector const& other) { append(other.data(), other.size()); }
     InlineVector(InlineVector&& other) noexcept { swap(*this, other); }
     InlineVector& operator=(InlineVector other) noexcept {
