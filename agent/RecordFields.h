@@ -10,7 +10,9 @@ namespace Agent {
 
 // The values of records whose form was checked: their texts are known to be what they must be.
 
-inline std::uint64_t numberOf(Node const& scalar) { return parseNumber(scalar.text).value(); }
+inline std::uint64_t numberOf(Node const& scalar) {
+    return parseNumber(scalar.text).value();
+}
 
 template <class Number>
 Number numberAt(Node const& record, std::string_view key, Number absent) {
