@@ -65,7 +65,9 @@ void TaskScheduler::forget(Task& task) {
 }
 
 void TaskScheduler::expire() {
-    while (!waiting_.empty() && waiting_.begin()->first <= clock_.now()) {
+    // Sums of times are not exact: what is due within less than a nanosecond is due.
+    constexpr double rounding = 0.5e-9;
+    while (!waiting_.empty() && waiting_.begin()->first <= clock_.now() + rounding) {
         auto* const task = waiting_.begin()->second;
         waiting_.erase(waiting_.begin());
         ready(*task);
