@@ -44,7 +44,7 @@ std::optional<std::vector<std::uint16_t>> parseGroups(std::string_view text, boo
     std::vector<std::uint16_t> groups;
     if (text.empty()) return groups;
     auto const parts = split(text, ':');
-    for (auto const part : parts) {
+    for (auto const& part : parts) {
         if (mayEndDotted && &part == &parts.back() && part.find('.') != part.npos) {
             auto const v4 = parseV4(part);
             if (!v4) return std::nullopt;
