@@ -19,9 +19,10 @@ public:
     /// False when nothing changed.
     bool valueIs(T value) {
         if (value_ == value) return false;
-        value_ = std::move(value);
+        using std::swap;
+        swap(value_, value);
         notify({});
-        return true;
+        return true;  // the old value ends here, after everybody was told
     }
 
 private:

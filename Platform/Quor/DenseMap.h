@@ -69,8 +69,9 @@ public:
         auto* const page = pageOf(number >> pageBits);
         auto const slot = number % pageSize;
         if (!page || !page->has(slot)) return false;
-        page->used[slot / 64] &= ~(std::uint64_t{1} << (slot % 64));
+        [[maybe_unused]] V const last(std::move(*page->at(slot)));
         std::destroy_at(page->at(slot));
+        page->used[slot / 64] &= ~(std::uint64_t{1} << (slot % 64));
         --size_;
         if (--page->count == 0) {
             lastPage_ = nullptr;
@@ -81,8 +82,8 @@ public:
 
     void clear() {
         lastPage_ = nullptr;
-        pages_.clear();
         size_ = 0;
+        pages_.clear();
     }
 
     class Position {

@@ -42,7 +42,8 @@ public:
 
     /// Inserts or replaces. False when nothing was written.
     bool entryIs(Key const& key, Value value) {
-        auto const [row, inserted] = rows_.tryEmplace(key, std::move(value));
+        Key const written(key);  // `key` may lie in a row that a reactor removes
+        auto const [row, inserted] = rows_.tryEmplace(written, std::move(value));
         if (!inserted) {
             // An emplace that found the row left `value` alone.
             if constexpr (rule == WriteRule::notifyOnChange) {
@@ -51,7 +52,7 @@ public:
             using std::swap;
             swap(*row, value);
         }
-        this->notify(key);
+        this->notify(written);
         return true;
     }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -27,9 +28,13 @@ public:
             T const value(std::forward<Args>(args)...);
             std::move_backward(at(0) + i, at(0) + size, at(0) + size + 1);
             std::construct_at(at(i), value);
-        } else {
-            for (auto k = size; k > i; --k) relocate(at(k - 1), at(k));
+        } else if constexpr (std::is_nothrow_constructible_v<T, Args...>) {
+            openGap(size, i);
             std::construct_at(at(i), std::forward<Args>(args)...);
+        } else {
+            T value(std::forward<Args>(args)...);  // may throw: nothing has moved yet
+            openGap(size, i);
+            std::construct_at(at(i), std::move(value));
         }
     }
     void erase(std::size_t size, std::size_t i) {
@@ -46,11 +51,31 @@ public:
     void clear(std::size_t size) { std::destroy_n(at(0), size); }
 
 private:
+    void openGap(std::size_t size, std::size_t i) {
+        for (auto k = size; k > i; --k) relocate(at(k - 1), at(k));
+    }
     static void relocate(T* from, T* to) {
         std::construct_at(to, std::move(*from));
         std::destroy_at(from);
     }
     alignas(T) std::byte storage_[capacity * sizeof(T)];
+};
+
+// The values of a set need no room.
+template <class T, std::size_t capacity>
+requires std::is_empty_v<T>
+class Slots<T, capacity> {
+public:
+    T* at(std::size_t) { return &only_; }
+    T const* at(std::size_t) const { return &only_; }
+    template <class... Args>
+    void insert(std::size_t, std::size_t, Args&&...) {}
+    void erase(std::size_t, std::size_t) {}
+    void moveTo(std::size_t, std::size_t, Slots&, std::size_t) {}
+    void clear(std::size_t) {}
+
+private:
+    T only_;
 };
 
 }  // namespace OrderedMapDetail
@@ -61,7 +86,8 @@ private:
 /// path of nodes.
 ///
 /// Pointers to values hold until the next insertion or removal. A `Position` survives any change:
-/// it steps from its key when the map has changed since.
+/// it steps from its key when the map has changed since. Removal destroys the value last, so that
+/// its end may reach back into the map.
 template <class K, class V>
 class OrderedMap {
     struct Leaf;
@@ -101,7 +127,8 @@ public:
         return i < leaf->count && !(key < *leaf->keys.at(i)) ? leaf->values.at(i) : nullptr;
     }
 
-    /// The value at `key`, made from `args` when it was absent (then `second` is true).
+    /// The value at `key`, made from `args` when it was absent (then `second` is true). `args` must
+    /// not refer to a value of this map.
     template <class... Args>
     std::pair<V*, bool> tryEmplace(K const& key, Args&&... args) {
         if (auto* const leaf = roomyLeafOf(key)) {
@@ -119,11 +146,12 @@ public:
         // A leaf that stays well filled needs no path to it.
         constexpr auto sparse = leafCapacity / 4;
         if (finger_ && finger_->count > sparse + 1 && finger_->spans(key)) {
-            return eraseIn(*finger_, key);
+            return eraseIn(*finger_, key).has_value();
         }
         Path path;
         auto* const leaf = descend(key, path);
-        if (!leaf || !eraseIn(*leaf, key)) return false;
+        auto const last = leaf ? eraseIn(*leaf, key) : std::nullopt;
+        if (!last) return false;
         if (leaf->count == 0) {
             removeLeaf(leaf, path);
         } else if (leaf->count <= sparse) {
@@ -133,12 +161,12 @@ public:
     }
 
     void clear() {
-        if (root_) destroyNode(root_, height_);
-        root_ = nullptr;
+        auto* const root = std::exchange(root_, nullptr);
+        auto const height = std::exchange(height_, 0);
         first_ = finger_ = nullptr;
-        height_ = 0;
         size_ = 0;
         ++stamp_;
+        if (root) destroyNode(root, height);
     }
 
     /// A place in the walk from low to high keys.
@@ -261,9 +289,9 @@ private:
 
     template <class... Args>
     V* place(Leaf& leaf, std::size_t i, K const& key, Args&&... args) {
-        K const copy(key);  // `key` may lie in the leaf
+        K copy(key);  // `key` may lie in the leaf
         leaf.values.insert(leaf.count, i, std::forward<Args>(args)...);
-        leaf.keys.insert(leaf.count, i, copy);
+        leaf.keys.insert(leaf.count, i, std::move(copy));
         ++leaf.count;
         ++size_;
         ++stamp_;
@@ -306,15 +334,17 @@ private:
         return right;
     }
 
-    bool eraseIn(Leaf& leaf, K const& key) {
+    // Takes the row out and gives its value, or nothing.
+    std::optional<V> eraseIn(Leaf& leaf, K const& key) {
         auto const i = leaf.lowerBound(key);
-        if (i == leaf.count || key < *leaf.keys.at(i)) return false;
+        if (i == leaf.count || key < *leaf.keys.at(i)) return std::nullopt;
+        std::optional<V> taken(std::move(*leaf.values.at(i)));
         leaf.keys.erase(leaf.count, i);
         leaf.values.erase(leaf.count, i);
         --leaf.count;
         --size_;
         ++stamp_;
-        return true;
+        return taken;
     }
 
     void addChild(Path& path, std::size_t level, K const& separator, void* node) {
@@ -400,7 +430,7 @@ private:
         removeLeaf(right, path);
     }
 
-    void destroyNode(void* node, std::size_t level) {
+    static void destroyNode(void* node, std::size_t level) {
         if (level == 0) {
             auto* const leaf = static_cast<Leaf*>(node);
             leaf->keys.clear(leaf->count);
