@@ -38,7 +38,8 @@ bool readTime(Node const& node, Expectation& expectation, Findings& findings) {
     expectation.from = parseDuration((at ? *at : between->items[0]).text).value();
     expectation.until = parseDuration((at ? *at : between->items[1]).text).value();
     if (expectation.from <= expectation.until) return true;
-    findings.add(between->mark, "found a window that ends before it begins");
+    findings.add(between->mark,
+                 "found a window that ends before it begins, expected its beginning first");
     return false;
 }
 

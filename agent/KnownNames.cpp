@@ -24,7 +24,9 @@ std::string hint(std::string const& name, auto const& known, auto nameOf) {
     for (auto const& each : known) names.push_back(nameOf(each));
     auto meant = didYouMean(name, names);
     if (!meant.empty()) return meant;
-    return names.empty() ? ", there is none" : ", expected one of " + quotedList(names);
+    if (names.empty()) return ", there is none";
+    constexpr std::size_t readable = 8;
+    return names.size() > readable ? "" : ", expected one of " + quotedList(names);
 }
 
 constexpr auto first = [](auto const& pair) { return pair.first; };

@@ -45,7 +45,7 @@ Wirex::MplsLabelOperation pushOf(Node const& labels) {
 }
 
 CandidateRecord candidateRecord(PolicyKey const& key, Node::Member const& member,
-                                std::size_t number, Findings& findings) {
+                                std::size_t number) {
     auto const& candidate = member.value;
     auto const id = identityOf(candidate, number);
     CandidateRecord record{member.key, SrTePolicy::PolicyInputEntry({key, id}), {}};
@@ -59,16 +59,46 @@ CandidateRecord candidateRecord(PolicyKey const& key, Node::Member const& member
     if (!lists) return record;
     for (auto const& list : lists->members) {
         if (list.value.isNull()) continue;
-        if (auto const* const labels = list.value.find("labels")) {
-            record.listNames.push_back(list.key);
-            record.entry.segmentList.push_back(
-                {pushOf(*labels), numberAt(list.value, "weight", defaultWeight)});
-        } else {
+        auto const* const labels = list.value.find("labels");
+        if (!labels) continue;
+        record.listNames.push_back(list.key);
+        record.entry.segmentList.push_back(
+            {pushOf(*labels), numberAt(list.value, "weight", defaultWeight)});
+    }
+    return record;
+}
+
+void refuseListsWithoutLabels(Node const& candidate, Findings& findings) {
+    auto const* const lists = candidate.find("lists");
+    if (!lists) return;
+    for (auto const& list : lists->members) {
+        if (list.value.isMapping() && !list.value.find("labels")) {
             findings.add(list.keyMark,
                          "found list `" + list.key + "` without `labels`, expected 1 to 8");
         }
     }
-    return record;
+}
+
+Mark identityMark(Node::Member const& candidate) {
+    auto const* const from = candidate.value.find("from");
+    return from ? from->mark : candidate.keyMark;
+}
+
+void refuseEqualIdentities(Node const& candidates, Findings& findings) {
+    std::map<CandidateId, Node::Member const*> owners;
+    std::size_t number = 0;
+    for (auto const& candidate : candidates.members) {
+        ++number;
+        auto const* const from = candidate.value.find("from");
+        if (!candidate.value.isMapping() || (from && !isSound(*from))) continue;
+        auto const [place, isNew] = owners.emplace(identityOf(candidate.value, number), &candidate);
+        if (isNew) continue;
+        auto const& owner = *place->second;
+        findings.add(std::max(identityMark(owner), identityMark(candidate)),
+                     "candidates `" + owner.key + "` and `" + candidate.key +
+                         "` have the same protocol, AS, originator and discriminator, expected "
+                         "different ones");
+    }
 }
 
 std::optional<SrTePolicy::SbfdSettings> sbfdOf(Node const& policy) {
@@ -137,31 +167,15 @@ PolicyRecord PolicyRecords::record(PolicyKey const& key, Node const& policy,
     std::size_t number = 0;
     for (auto const& member : candidates->members) {
         ++number;  // also for those that are gone: a number is never given again
-        if (member.value.isNull() || !isSound(member.value)) continue;
+        if (member.value.isNull()) continue;
+        refuseListsWithoutLabels(member.value, findings_);
+        if (!isSound(member.value)) continue;
         auto const* const before =
             contains(named, member.key) ? nullptr : candidateNamed(present_[key], member.key);
-        record.candidates.push_back(before ? *before
-                                           : candidateRecord(key, member, number, findings_));
+        record.candidates.push_back(before ? *before : candidateRecord(key, member, number));
     }
-    refuseEqualIdentities(record, *candidates);
+    refuseEqualIdentities(*candidates, findings_);
     return record;
-}
-
-void PolicyRecords::refuseEqualIdentities(PolicyRecord const& record, Node const& candidates) {
-    auto const mark = [&](std::string const& name) {
-        auto const& member = *candidates.member(name);
-        auto const* const from = member.value.find("from");
-        return from ? from->mark : member.keyMark;
-    };
-    std::map<CandidateId, std::string> names;
-    for (auto const& candidate : record.candidates) {
-        auto const [place, isNew] = names.emplace(candidate.id().candidate, candidate.name);
-        if (isNew) continue;
-        findings_.add(std::max(mark(place->second), mark(candidate.name)),
-                      "candidates `" + place->second + "` and `" + candidate.name +
-                          "` have the same protocol, AS, originator and discriminator, expected "
-                          "different ones");
-    }
 }
 
 }  // namespace Agent

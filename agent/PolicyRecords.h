@@ -22,7 +22,6 @@ public:
 private:
     PolicyRecord record(SrTePolicy::PolicyKey const& key, Node const& policy,
                         std::vector<std::string> const& named);
-    void refuseEqualIdentities(PolicyRecord const& record, Node const& candidates);
 
     Findings& findings_;
     std::map<SrTePolicy::PolicyKey, PolicyRecord> present_;

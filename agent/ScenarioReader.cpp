@@ -64,7 +64,8 @@ public:
 private:
     void readTime(Node const& event, Step& step) {
         auto const* const at = event.find("at");
-        if (!event.member("at")) findings_.add(event.mark, "found an event without `at`");
+        if (!event.member("at"))
+            findings_.add(event.mark, "found an event without `at`, expected its time");
         if (!at || !at->isScalar()) return;
         step.at = parseDuration(at->text).value();
         if (step.at < last_) {

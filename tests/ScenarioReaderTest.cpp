@@ -1,0 +1,473 @@
+#include <fstream>
+#include <sstream>
+#include <tuple>
+#include <vector>
+
+#include "agent/ScenarioReader.h"
+#include "agent/ScenarioValues.h"
+
+namespace Agent {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+Scenario read(std::string const& text) {
+    std::istringstream input(text);
+    return readScenario(input, "f");
+}
+
+/// A line for each fault, without the file's name.
+std::string faults(std::string const& text) {
+    std::ostringstream lines;
+    try {
+        read(text);
+    } catch (InputError const& error) {
+        for (auto const& found : error.diagnostics) {
+            EXPECT_EQ(found.file, "f");
+            lines << found.line << ":" << found.column << ": " << found.message << "\n";
+        }
+    }
+    return lines.str();
+}
+
+/// Candidate `main` of policy `1 1.1.1.1` in one line; its description begins in column 41.
+std::string candidate(std::string const& description) {
+    return "policies: {1 1.1.1.1: {candidates: {main: {" + description + "}}}}";
+}
+
+/// Label 5 in one line; its route begins in column 11.
+std::string route(std::string const& description) {
+    return "lfib: {5: " + description + "}";
+}
+
+std::string listOf(int times, std::string const& item) {
+    std::string text = "[";
+    for (int i = 0; i < times; ++i) text += (i == 0 ? "" : ", ") + item;
+    return text + "]";
+}
+
+using Case = std::pair<std::string, std::string>;  // a file and its one fault
+
+void expectFaults(std::vector<Case> const& cases) {
+    for (auto const& [text, fault] : cases) EXPECT_EQ(faults(text), fault + "\n") << text;
+}
+
+TEST(ScenarioReader, RefusesWhatIsNoPlainYamlDocument) {
+    expectFaults({
+        {"", "1:1: found null, expected a scenario as a mapping"},
+        {"[1]", "1:1: found a list, expected a scenario as a mapping"},
+        {"lfib: [1\n", "2:1: not YAML: end of sequence flow not found"},
+        {"scenario: x\nscenario: y", "2:1: duplicate key `scenario`, first in line 1"},
+        {"scenario: x\n---\nscenario: y", "2:1: a second document, expected only one"},
+        {"scenario: &a x", "1:11: anchors are not allowed, expected the value itself"},
+        {"scenario: !!str x", "1:11: tags are not allowed, expected the value itself"},
+        {"scenario: ! x", "1:11: tags are not allowed, expected the value itself"},
+        {"? [1]\n: x", "1:3: found a list as a key, expected text"},
+    });
+    EXPECT_EQ(faults("scenario: &a x\nlfib: *a"),
+              "1:11: anchors are not allowed, expected the value itself\n"
+              "2:7: aliases are not allowed, expected the value itself\n");
+}
+
+TEST(ScenarioReader, ProposesTheKeyThatWasMeant) {
+    expectFaults({
+        {"polices: {}", "1:1: unknown key `polices` in a scenario, did you mean `policies`?"},
+        {candidate("bisd: 5"), "1:44: unknown key `bisd` in a candidate, did you mean `bsid`?"},
+        {route("[{if: e1, nhop: 1.1.1.1}]"),
+         "1:21: unknown key `nhop` in a via, did you mean `nhg`?"},
+        {candidate("lists: {l1: {labels: [1], cost: 3}}"),
+         "1:70: unknown key `cost` in a segment list, expected one of `labels`, `weight`"},
+        {"events: [{at: 1s, reboot: true}]",
+         "1:19: unknown key `reboot` in an event, expected one of `at`, `router`, `lfib`, "
+         "`ti-lfa`, "
+         "`policies`, `gribi`, `bfd`, `counters`, `sbfd-session`, `clog`, `restart`, `stop`, "
+         "`start`"},
+    });
+}
+
+TEST(ScenarioReader, ComparesKeysByValue) {
+    expectFaults({
+        {"lfib:\n  10: [{if: e}]\n  010: [{if: e}]",
+         "3:3: duplicate key `010`, the same as in line 2"},
+        {"policies:\n  1 2001:db8::1: {}\n  1 2001:DB8:0::1: {}",
+         "3:3: duplicate key `1 2001:DB8:0::1`, the same as in line 2"},
+        {"policies:\n  1 1.1.1.1: {}\n  01   1.1.1.1: {}",
+         "3:3: duplicate key `01   1.1.1.1`, the same as in line 2"},
+    });
+}
+
+TEST(ScenarioReader, RefusesValuesOutOfRange) {
+    std::string const label = ", expected a label from 0 to 1048575";
+    expectFaults({
+        {"router: {srlb: 200-100}",
+         "1:16: found `200-100`, expected a range such as 100000-100999, first to last, within 0 "
+         "to "
+         "1048575"},
+        {"router: {srlb: 0-1048576}",
+         "1:16: found `0-1048576`, expected a range such as 100000-100999, first to last, within 0 "
+         "to 1048575"},
+        {"router: {msd: 256}", "1:15: found `256`, expected a number of labels from 0 to 255"},
+        {"router: {enabled: yes}", "1:19: found `yes`, expected one of `true`, `false`"},
+        {"router: {tie-breaking: 0x10}",
+         "1:24: found `0x10`, expected a number from 0 to 4294967295"},
+        {"lfib: {1048576: [{if: e}]}", "1:8: found `1048576` as a key" + label},
+        {route("[]"), "1:11: found no vias, expected 1 to 600"},
+        {route(listOf(601, "{if: e}")), "1:11: found 601 vias, expected 1 to 600"},
+        {route("[{if: e, out: " + listOf(10, "1") + "}]"),
+         "1:25: found 10 labels, expected 0 to 9"},
+        {route("[{if: e, out: swap}]"), "1:25: found `swap`, expected a list of labels or `pop`"},
+        {route("[{if: e, nh: 10.0.0.256}]"),
+         "1:24: found `10.0.0.256`, expected an IPv4 or IPv6 address"},
+        {route("[{tunnel: 32-1}]"),
+         "1:21: found `32-1`, expected a tunnel as TYPE-INDEX, type 0 to 31, index 0 to "
+         "17592186044415"},
+        {route("{fec: {type: 26, id: 1}}"), "1:24: found `26`, expected a FEC type from 0 to 25"},
+        {route("{fec: {type: 0, id: 72057594037927936}}"),
+         "1:31: found `72057594037927936`, expected a FEC id from 0 to 72057594037927935"},
+        {route("{fec: {type: 6, id: 562949953421312}}"),
+         "1:31: found `562949953421312`, expected a FEC id of type 6 from 0 to 562949953421311"},
+        {candidate("bsid: 1048576"), "1:50: found `1048576`" + label},
+        {candidate("preference: -1"),
+         "1:56: found `-1`, expected a preference from 0 to 4294967295"},
+        {candidate("lists: {l1: {labels: []}}"), "1:65: found no labels, expected 1 to 8"},
+        {candidate("lists: {l1: {labels: " + listOf(9, "1") + "}}"),
+         "1:65: found 9 labels, expected 1 to 8"},
+        {candidate("lists: {l1: {weight: 3}}"),
+         "1:52: found list `l1` without `labels`, expected 1 to 8"},
+        {candidate("lists: {l1: {labels: [1], weight: 0}}"),
+         "1:78: found `0`, expected a weight from 1 to 4294967295"},
+        {candidate("lists: {l 1: {labels: [1]}}"),
+         "1:52: found `l 1` as a key, expected a name of letters, digits, `.`, `_` and `-`"},
+        {"policies: {4294967296 1.1.1.1: {}}",
+         "1:12: found `4294967296 1.1.1.1` as a key, expected a policy as COLOR ENDPOINT, such as "
+         "100 192.0.2.5"},
+    });
+}
+
+TEST(ScenarioReader, RefusesRecordsThatContradictThemselves) {
+    std::string const kindAndFec = ": found both `kind` and `fec` in a route, expected one of them";
+    std::string const tiLfaAndId =
+        ": found both `ti-lfa` and `id` in a FEC, expected `ti-lfa`, or `type` and `id`";
+    std::string const twins =
+        ": candidates `a` and `b` have the same protocol, AS, originator and discriminator, "
+        "expected different ones";
+    expectFaults({
+        {route("{kind: pseudowire, fec: {type: 0, id: 7}}"), "1:30" + kindAndFec},
+        {"lfib: {5: {kind: pseudowire}}\nevents: [{at: 1s, lfib: {5: {fec: {type: 0, id: 7}}}}]",
+         "2:30" + kindAndFec},
+        {"ti-lfa: {t: {primary: {if: e}}}\nlfib: {5: {fec: {ti-lfa: t, id: 7}}}",
+         "2:29" + tiLfaAndId},
+        {route("{fec: {type: 0}}"),
+         "1:17: found an incomplete FEC, expected `type` and `id`, or `ti-lfa`"},
+        {route("{action: swap}"),
+         "1:11: found an empty route, expected a list of vias, `kind` or `fec`"},
+        {route("[{if: e, nhg: 5}]"),
+         "1:12: found more than one of `if`, `ti-lfa`, `nhg`, `tunnel`, expected one"},
+        {"ti-lfa: {t: {backup: {if: e}}}",
+         "1:13: found a tunnel without a path, expected `primary`"},
+        {"policies:\n  1 1.1.1.1:\n    candidates:\n      a: {}\n      b: {from: config 0 0.0.0.0 "
+         "1}",
+         "5:17" + twins},
+    });
+}
+
+TEST(ScenarioReader, RefusesNamesThatTheFileNeverHas) {
+    std::string const policy =
+        candidate("lists: {l1: {labels: [1]}}") + "\nexpect: [{at: 1s, policy: ";
+    expectFaults({
+        {policy + "{1 1.1.1.2: null}}]",
+         "2:28: the file never has the policy `1 1.1.1.2`, did you mean `1 1.1.1.1`?"},
+        {policy + "{1 1.1.1.1: {active: mian}}}]",
+         "2:48: policy `1 1.1.1.1` never has the candidate `mian`, did you mean `main`?"},
+        {policy + "{1 1.1.1.1: {candidates: {main: {lists: {list: null}}}}}}]",
+         "2:68: candidate `main` of policy `1 1.1.1.1` never has the list `list`, expected one of "
+         "`l1`"},
+        {"expect: [{between: [0s, 1s], never-withdrawn: {policy: [1 1.1.1.1]}}]",
+         "1:57: the file never has the policy `1 1.1.1.1`, there is none"},
+        {route("[{ti-lfa: t7}]"), "1:21: the file never has the TI-LFA tunnel `t7`, there is none"},
+    });
+    // At some time is enough, before or after.
+    EXPECT_EQ(
+        faults(route("[{ti-lfa: t7}]") + "\nevents: [{at: 1s, ti-lfa: {t7: {primary: {if: e}}}}]"),
+        "");
+}
+
+TEST(ScenarioReader, RefusesEventsAndExpectationsThatMakeNoSense) {
+    expectFaults({
+        {"events: [{lfib: {}}]", "1:10: found an event without `at`, expected its time"},
+        {"events: [{at: 10}]",
+         "1:15: found `10`, expected a time with its unit, such as 10s, 11.2s or 50ms"},
+        {"events: [{at: 2s}, {at: 2s}, {at: 1999ms}]",
+         "1:35: found an event at 1.999s after one at 2s, expected events in time order"},
+        {"events: [{at: 1s, restart: true, start: true}]",
+         "1:34: found `start` beside another change of the agent's life, expected one of "
+         "`restart`, "
+         "`stop`, `start`"},
+        {"events: [{at: 1s, stop: false}]", "1:25: found `false`, expected `true`"},
+        {"events: [{at: 1s, clog: }]", "1:25: found null, expected one of `true`, `false`"},
+        {"expect: [{policy: {}}]",
+         "1:10: found neither `at` and `between` in an expectation, expected one of them"},
+        {"expect: [{at: 1s, syslog: []}]",
+         "1:19: found `syslog` in an expectation with `at`, expected `between`"},
+        {"expect: [{between: [2s, 1s]}]",
+         "1:20: found a window that ends before it begins, expected its beginning first"},
+    });
+}
+
+TEST(ScenarioReader, ReportsEverythingAtOnceInTheOrderOfTheFile) {
+    EXPECT_EQ(
+        faults("bfd: {interval: 0.5ms}\n"
+               "lfib: {5: [{ti-lfa: t}], 6: []}\n"
+               "counters: {1 1.1.1.1 main l1: true}\n"
+               "router: {msd: -1}\n"),
+        "1:1: not built yet\n"
+        "1:17: found `0.5ms`, expected an interval in whole milliseconds, such as 50ms, up to "
+        "4294967295ms\n"
+        "2:21: the file never has the TI-LFA tunnel `t`, there is none\n"
+        "2:29: found no vias, expected 1 to 600\n"
+        "3:1: not built yet\n"
+        "3:12: the file never has the policy `1 1.1.1.1`, there is none\n"
+        "4:15: found `-1`, expected a number of labels from 0 to 255\n");
+}
+
+TEST(ScenarioReader, NamesThePartsThatAreNotBuiltYet) {
+    EXPECT_EQ(
+        faults(
+            R"(policies: {1 1.1.1.1: {sbfd: {interval: 50ms}, candidates: {a: {lists: {l: {labels: [1]}}}}}}
+bfd: {interval: 300ms, multiplier: 3}
+counters: {1 1.1.1.1 a l: true}
+gribi: {nh: {18446744073709551615: [1048576]}, nhg: {10: {1: 18446744073709551615}}, mpls: {1048576: 5}}
+events:
+  - {at: 1s, sbfd-session: {1 1.1.1.1 a l: admin-down}, policies: {1 1.1.1.1: {sbfd: null}}}
+  - {at: 1s, gribi: null, bfd: null, counters: {1 1.1.1.1 a l: null}}
+expect:
+  - {at: 1s, sbfd: {1 1.1.1.1 a l: {state: up}}, tunnel-map: {1 1.1.1.1: null}, gribi: {running: true}}
+)"),
+        "1:24: not built yet\n2:1: not built yet\n3:1: not built yet\n4:1: not built yet\n"
+        "6:14: not built yet\n6:80: not built yet\n"
+        "7:14: not built yet\n7:27: not built yet\n7:38: not built yet\n"
+        "9:14: not built yet\n9:50: not built yet\n9:81: not built yet\n");
+}
+
+/// Each via's interface, next hop and operation.
+std::string viasText(Mpls::ConsolidatedLfibRoute const& record) {
+    std::ostringstream text;
+    for (auto const& via : record.mplsVias) {
+        text << via.intf.stringValue() << " " << via.nextHop.stringValue() << " "
+             << static_cast<std::uint32_t>(via.operation.action);
+        auto const& stack = via.operation.stack;
+        for (std::size_t i = 0; i < stack.size(); ++i) text << " " << stack.label(i).value();
+        text << "\n";
+    }
+    return text.str();
+}
+
+TEST(ScenarioReader, MakesRoutesOfEveryForm) {
+    auto const scenario = read(R"(
+lfib:
+  1: [{nh: 10.0.1.2, if: et1, out: [16]}, {if: et2, out: [16, 17]}, {if: et3, out: pop}]
+  2: [{if: et1}, {if: et1, out: [], action: pop}, {nhg: 5}, {tunnel: 10-77}, {ti-lfa: t7}]
+  3: {kind: pseudowire}
+  4: {fec: {ti-lfa: t7}, action: swap}
+  5: {fec: {type: 1, id: 9}}
+ti-lfa:
+  t7: {primary: {nh: 2001:DB8::1, if: et1}, backup: {if: et2, out: [16, 17]}}
+)");
+    auto const& routes = scenario.initial.lfib.written;
+    ASSERT_EQ(routes.size(), 5u);
+    EXPECT_EQ(viasText(routes[0]), "et1 10.0.1.2 2 16\net2  3 16 17\net3  2 3\n");
+    EXPECT_EQ(viasText(routes[1]), "et1  2\net1  1\nnhg 5  2\ntunnel 10-77  2\ntunnel 12-1  2\n");
+    EXPECT_EQ(routes[2].type, Mpls::LfibRouteType::pseudowire);
+    EXPECT_EQ(routes[3].extFecVia.fecId.stringValue(), "0x0600c00000000001");
+    EXPECT_EQ(routes[3].extFecVia.labelAction, Wirex::MplsLabelAction::swap);
+    EXPECT_EQ(routes[4].extFecVia.fecId.stringValue(), "0x0100000000000009");
+    EXPECT_EQ(routes[4].extFecVia.labelAction, Wirex::MplsLabelAction::pop);
+    for (auto const& each : routes) EXPECT_EQ(each.source, otherApplication);
+
+    auto const& tunnel = scenario.initial.tiLfa.written.at(0);
+    EXPECT_EQ(tunnel.tunnelId.stringValue(), "12-1");
+    EXPECT_EQ(*scenario.tiLfaName(tunnel.tunnelId), "t7");
+    EXPECT_EQ(tunnel.primaryVia.nextHop.stringValue(), "2001:db8::1");
+    EXPECT_EQ(tunnel.backupVia->operation, Wirex::pushOperation({16, 17}));
+}
+
+/// The policies that a step writes, with each candidate's identity and lists (`*`: it is written to
+/// its source), and what it removes.
+std::string policiesText(Step const& step) {
+    std::ostringstream text;
+    for (auto const& write : step.policies.written) {
+        text << policyKeyText(write.policy.key()) << ":";
+        std::vector<bool> written(write.policy.candidates.size());
+        for (auto const place : write.written) written.at(place) = true;
+        for (std::size_t i = 0; i < written.size(); ++i) {
+            auto const& each = write.policy.candidates[i];
+            text << " " << each.name << (written[i] ? "*" : "") << " "
+                 << each.id().candidate.discriminator << " (";
+            for (auto const& list : each.listNames) text << list;
+            text << ")";
+        }
+        text << "\n";
+    }
+    for (auto const& id : step.removedCandidates) {
+        text << "-candidate " << id.candidate.discriminator << "\n";
+    }
+    for (auto const& key : step.policies.removed) text << "-" << policyKeyText(key) << "\n";
+    return text.str();
+}
+
+TEST(ScenarioReader, EventsPatchPoliciesAndNeverReuseANumber) {
+    auto const scenario = read(R"(
+policies:
+  1 1.1.1.1: {candidates: {a: {lists: {x: {labels: [5]}, y: {labels: [6]}}}, b: {from: bgp 1 2.2.2.2 77}}}
+events:
+  - {at: 1s, policies: {01 1.1.1.1: {candidates: {c: {}, a: {lists: {x: null, z: {labels: [7]}}}}}}}
+  - {at: 2s, policies: {1 1.1.1.1: {candidates: {a: {lists: {x: {labels: [8]}}}, b: null}}}}
+  - {at: 3s, policies: {1 1.1.1.1: {candidates: {d: {}, b: {from: null}, c: {from: config 0 0.0.0.0 9}}}}}
+  - {at: 4s, policies: {1 1.1.1.1: {}, 2 1.1.1.1: {candidates: {a: {}}}}}
+  - {at: 5s, policies: null}
+  - {at: 6s, policies: {1 1.1.1.1: {candidates: {a: {}}}}}
+)");
+    EXPECT_EQ(policiesText(scenario.initial), "1 1.1.1.1: a* 1 (xy) b* 77 ()\n");
+    EXPECT_EQ(policiesText(scenario.events[0]), "1 1.1.1.1: a* 1 (yz) b 77 () c* 3 ()\n");
+    EXPECT_EQ(scenario.events[0].policies.written[0].written, (std::vector<std::size_t>{2, 0}));
+    // x is back in the place that it had first.
+    EXPECT_EQ(policiesText(scenario.events[1]), "1 1.1.1.1: a* 1 (xyz) c 3 ()\n-candidate 77\n");
+    EXPECT_EQ(policiesText(scenario.events[2]),
+              "1 1.1.1.1: a 1 (xyz) b* 2 () c* 9 () d* 4 ()\n-candidate 3\n");
+    EXPECT_EQ(policiesText(scenario.events[3]),
+              "1 1.1.1.1: a 1 (xyz) b 2 () c 9 () d 4 ()\n2 1.1.1.1: a* 1 ()\n");
+    EXPECT_EQ(policiesText(scenario.events[4]),
+              "-candidate 1\n-candidate 2\n-candidate 9\n-candidate 4\n-candidate 1\n"
+              "-1 1.1.1.1\n-2 1.1.1.1\n");
+    EXPECT_EQ(policiesText(scenario.events[5]), "1 1.1.1.1: a* 1 ()\n");
+}
+
+TEST(ScenarioReader, AnIdentityThatChangesHandsIsNotRemoved) {
+    auto const scenario = read(R"(
+policies: {1 1.1.1.1: {candidates: {a: {}, b: {}}}}
+events: [{at: 1s, policies: {1 1.1.1.1: {candidates: {a: null, b: {from: config 0 0.0.0.0 1}}}}}]
+)");
+    EXPECT_EQ(policiesText(scenario.events[0]), "1 1.1.1.1: b* 1 ()\n-candidate 2\n");
+}
+
+TEST(ScenarioReader, FillsInACandidate) {
+    auto const scenario = read(candidate("from: 40 65001 2001:db8::9 7, preference: 0, bsid: 010, "
+                                         "enlp: ipv6, lists: {l1: {labels: [16, 17], weight: 3}}") +
+                               "\nevents: [{at: 1s, policies: {1 1.1.1.1: {candidates: {main: "
+                               "{preference: null, bsid: null, enlp: null}}}}}]");
+    auto const& entry = scenario.initial.policies.written.at(0).policy.candidates.at(0).entry;
+    EXPECT_EQ(entry.policyId.candidate.stringValue(),
+              "protocol 40 originator 2001:db8::9(AS65001) discriminator 7");
+    EXPECT_EQ(entry.originator.stringValue(), "2001:db8::9(AS65001)");
+    EXPECT_EQ(entry.preference.value(), 0u);
+    EXPECT_EQ(entry.bindingSid.value(), 10u);
+    EXPECT_EQ(entry.enlp, SrTePolicy::Enlp::ipv6());
+    ASSERT_EQ(entry.segmentList.size(), 1u);
+    EXPECT_EQ(entry.segmentList[0].labels, Wirex::pushOperation({16, 17}));
+    EXPECT_EQ(entry.segmentList[0].weight, 3u);
+
+    auto const& later = scenario.events[0].policies.written.at(0).policy.candidates.at(0).entry;
+    EXPECT_EQ(later.preference.value(), 100u);
+    EXPECT_TRUE(later.bindingSid.isNull());
+    EXPECT_EQ(later.enlp, SrTePolicy::Enlp::notGiven());
+    EXPECT_EQ(later.segmentList, entry.segmentList);
+}
+
+std::vector<std::uint32_t> labels(auto const& records) {
+    std::vector<std::uint32_t> result;
+    for (auto const& record : records) {
+        if constexpr (requires { record.key; }) {
+            result.push_back(record.key.topLabel().value());
+        } else {
+            result.push_back(record.topLabel().value());
+        }
+    }
+    return result;
+}
+
+TEST(ScenarioReader, AStepWritesInTheOrderOfItsPatchAndThenRemoves) {
+    auto const scenario = read(R"(
+lfib: {5: [{if: a}], 6: [{if: a}], 7: [{if: a}]}
+router: {msd: 6, colored-rib: true}
+events:
+  - {at: 1s, lfib: {7: null, 9: [{if: a}], 05: [{if: a}]}, router: {msd: null, srlb: 16-31}}
+  - {at: 1500ms, lfib: null, clog: true, router: null}
+  - {at: 2s, restart: true}
+)");
+    auto const& patched = scenario.events[0];
+    EXPECT_THAT(labels(patched.lfib.written), ElementsAre(9, 5));
+    EXPECT_THAT(labels(patched.lfib.removed), ElementsAre(7));
+    ASSERT_EQ(patched.router.size(), 2u);
+    EXPECT_EQ(std::get<Srlb>(patched.router[0]).value, Mpls::LabelRange(16, 16));
+    EXPECT_EQ(std::get<MaxSidDepth>(patched.router[1]).value, std::nullopt);
+
+    auto const& emptied = scenario.events[1];
+    EXPECT_EQ(emptied.at, 1500ms);
+    EXPECT_EQ(emptied.clog, true);
+    EXPECT_THAT(labels(emptied.lfib.removed), ElementsAre(5, 6, 9));
+    EXPECT_EQ(emptied.router.size(), 2u);  // those that had a value
+    EXPECT_EQ(scenario.events[2].life, Life::restart);
+    EXPECT_THAT(scenario.events[2].lfib.written, IsEmpty());
+    EXPECT_EQ(scenario.end(), 2s);
+}
+
+TEST(ScenarioReader, SpellsTheKeysOfExpectationsAsTheyArePrinted) {
+    auto const scenario = read(R"(
+policies: {100 2001:db8::5: {candidates: {a: {}}}}
+expect:
+  - at: 12s
+    policy: {100 2001:DB8:0::5: {state: up, bsid: null}}
+    trace: {"024001,16005": [{if: et1, out: [16005], share: 75 %}]}
+  - {between: [0s, 30s], never-withdrawn: {lfib: [0100], policy: [100 2001:DB8:0::5]}, syslog: [X]}
+)");
+    ASSERT_EQ(scenario.expectations.size(), 2u);
+    auto const& words = scenario.expectations[0].words;
+    auto const* const policy = words.find("policy")->find("100 2001:db8::5");
+    ASSERT_NE(policy, nullptr);
+    EXPECT_EQ(policy->find("state")->text, "up");
+    EXPECT_TRUE(policy->member("bsid")->value.isNull());
+    EXPECT_EQ(words.find("trace")->find("24001,16005")->items.at(0).find("share")->text, "75 %");
+
+    auto const& window = scenario.expectations[1];
+    ASSERT_EQ(window.neverWithdrawn.size(), 2u);
+    EXPECT_EQ(window.neverWithdrawn[0].key, "100");
+    EXPECT_EQ(window.neverWithdrawn[1].key, "100 2001:db8::5");
+    EXPECT_THAT(window.syslog->identifiers, ElementsAre("X"));
+    EXPECT_EQ(scenario.end(), 30s);
+}
+
+TEST(ScenarioReader, ReadsJson) {
+    auto const scenario = read(
+        "{\"scenario\":\"a \\u00fc\\/b\",\n\t\"lfib\":{\"16\":[{\"if\":\"e\","
+        "\"nh\":null}]},\"events\":[{\"at\":\"1s\",\"stop\":true}]}");
+    EXPECT_EQ(scenario.title, "a \xC3\xBC/b");
+    EXPECT_THAT(labels(scenario.initial.lfib.written), ElementsAre(16));
+    EXPECT_EQ(scenario.events.at(0).life, Life::stop);
+}
+
+TEST(ScenarioReader, ReadsTheExamples) {
+    for (auto const* const name : {"examples/abilene.yaml", "examples/geant.yaml"}) {
+        std::ifstream file(name);
+        ASSERT_TRUE(file) << name;
+        EXPECT_EQ(readScenario(file, name).events.size(), 2u) << name;
+    }
+}
+
+TEST(ScenarioValues, DurationsAreExact) {
+    EXPECT_EQ(parseDuration("11.2s"), 11200ms);
+    EXPECT_EQ(parseDuration("0.000000001s"), 1ns);
+    EXPECT_EQ(parseDuration("1.50ms"), 1500us);
+    EXPECT_EQ(parseDuration("9000000000s"), 9000000000s);
+    for (auto const* const text :
+         {"", "5", "s", ".5s", "5.s", "-1s", "1 s", "1m", "1e3s", "0.0000000001s", "9000000001s"}) {
+        EXPECT_EQ(parseDuration(text), std::nullopt) << text;
+    }
+    EXPECT_EQ(durationText(11200ms), "11.2s");
+    EXPECT_EQ(durationText(20s), "20s");
+    EXPECT_EQ(durationText(5ms), "0.005s");
+}
+
+}  // namespace
+}  // namespace Agent
