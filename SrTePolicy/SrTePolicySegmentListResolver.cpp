@@ -173,6 +173,7 @@ Quor::Ptr<SegmentListResolveResult const> SegmentListResolver::resolveSegmentLis
     };
 
     auto const& viaInfo = *topStatus->viaInfo();
+    vias.reserve(std::max<std::size_t>(viaInfo.mplsVia().size(), 1));
     SRTE_TRACE(7, "No. of vias " << viaInfo.mplsVia().size());
     for (auto row = viaInfo.mplsVia().begin(); row; row.next()) {
         auto const& via = row.value();

@@ -22,6 +22,7 @@ public:
     static MplsViaSet fromString(std::string_view text);
 
     Vias const& via() const { return vias_; }
+    void reserve(std::size_t count) { vias_.reserve(count); }
     void viaIs(Tunnel::TunnelTable::MplsVia via);
     void viaDel(Tunnel::TunnelTable::MplsVia const& via);
     void viaDelAll() { vias_.clear(); }

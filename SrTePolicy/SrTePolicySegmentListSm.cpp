@@ -157,7 +157,7 @@ void SegmentListSm::handleSegmentStatus(SegmentId segmentId) {
 
     auto const* const user = segmentIdToSegmentList_.segmentList(segmentId);
     if (!user) return;
-    for (auto id = user->segmentListId().begin(); id; id.next()) backlog_.mark(id.key());
+    user->segmentListId().forEach([this](SegmentListId id) { backlog_.mark(id); });
     backlog_.schedule();
 }
 
