@@ -17,7 +17,8 @@ void DedupHandle::onFloor() noexcept {
 }
 
 DedupHashTable::~DedupHashTable() {
-    // A count of its own for the notifiee's callback: this one has fallen already.
+    // Whoever still holds a handle goes on with an ordinary object; nobody is told.
+    notifiee_ = nullptr;
     for (auto& shard : shards_) {
         auto const slots = std::exchange(shard.slots, {});
         for (auto const& slot : slots) {
