@@ -24,7 +24,7 @@ public:
     /// Identities are never reused: running out of them stops the agent.
     Id uniqueIdInc(std::uint32_t count) {
         auto const next = uniqueId_().value() + count;
-        QUOR_ASSERT(next > uniqueId_().value(), "uniqueId does not wrap");
+        QUOR_ASSERT(next >= uniqueId_().value(), "uniqueId does not wrap");
         uniqueIdIs(Id(next));
         return uniqueId_();
     }

@@ -4,12 +4,6 @@
 
 namespace SrTePolicy {
 
-CoreDedupTables::~CoreDedupTables() {
-    segListDedupTablePtr_ = nullptr;
-    segListLifeTimeNotifiee_ = nullptr;
-    notifyingSegmentListCollection_ = nullptr;
-}
-
 void CoreDedupTables::handleInitialized() {
     notifyingSegmentCollectionIs();
     segLifeTimeNotifieeIs();

@@ -14,8 +14,6 @@ namespace SrTePolicy {
 /// agent, new in every run. The members end in reverse order: lists release segments.
 class SRTE_EXPORT CoreDedupTables final : public Quor::PtrInterface {
 public:
-    ~CoreDedupTables() override;
-
     /// Makes what is missing, in the order of the members.
     void handleInitialized();
     static Quor::Ptr<Keel::DedupHashTable> createDedupHashTable();

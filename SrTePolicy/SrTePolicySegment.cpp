@@ -82,7 +82,8 @@ std::string SegmentLifeTimeNotifier::toStrep() const {
 }
 
 bool NotifyingSegmentCollection::segmentNotifier(NotifierPtr const& notifier) const {
-    auto const* const row = notifiers().find(notifier->segmentRawPtr()->segmentId());
+    auto const* const segment = notifier->segmentRawPtr();
+    auto const* const row = segment ? notifiers().find(segment->segmentId()) : nullptr;
     return row && *row == notifier;
 }
 
@@ -126,6 +127,10 @@ void SegmentLifeTimeNotifiee::handleNotificationStop(
     for (auto row = notifiers.begin(); row; row.next()) {
         handleRemove(row.value()->segmentRawPtr());
     }
+}
+
+SegmentDedupTable::~SegmentDedupTable() {
+    if (table_) table_->notificationStop();
 }
 
 void SegmentDedupTable::handleInitialized() {

@@ -107,6 +107,7 @@ class SRTE_EXPORT NotifyingSegmentCollection final
     : public NotifyingHandleCollection<SegmentId, SegmentLifeTimeNotifier> {
 public:
     Notifiers const& segmentNotifier() const { return notifiers(); }
+    /// Whether it stands for a live segment.
     bool segmentNotifier(NotifierPtr const& notifier) const;
     void segmentNotifierIs(NotifierPtr const& notifier);
     void segmentNotifierDel(NotifierPtr const& notifier);
@@ -134,6 +135,8 @@ class SRTE_EXPORT SegmentDedupTable final : public Quor::PtrInterface {
 public:
     explicit SegmentDedupTable(Quor::Ptr<SegmentLifeTimeNotifiee const> notifiee)
         : lifeTimeNotifiee_(std::move(notifiee)) {}
+    /// What is still interned leaves the notifying collection.
+    ~SegmentDedupTable() override;
 
     void handleInitialized();
 

@@ -141,7 +141,8 @@ std::string SegmentListLifeTimeNotifier::toStrep() const {
 }
 
 bool NotifyingSegmentListCollection::segmentListNotifier(NotifierPtr const& notifier) const {
-    auto const* const row = notifiers().find(notifier->segmentListRawPtr()->segmentListId());
+    auto const* const list = notifier->segmentListRawPtr();
+    auto const* const row = list ? notifiers().find(list->segmentListId()) : nullptr;
     return row && *row == notifier;
 }
 
@@ -190,6 +191,10 @@ void SegmentListLifeTimeNotifiee::handleNotificationStop(
     for (auto row = notifiers.begin(); row; row.next()) {
         handleRemove(row.value()->segmentListRawPtr());
     }
+}
+
+SegmentListDedupTable::~SegmentListDedupTable() {
+    if (table_) table_->notificationStop();
 }
 
 void SegmentListDedupTable::handleInitialized() {

@@ -98,6 +98,7 @@ class SRTE_EXPORT NotifyingSegmentListCollection final
     : public NotifyingHandleCollection<SegmentListId, SegmentListLifeTimeNotifier> {
 public:
     Notifiers const& segmentListNotifier() const { return notifiers(); }
+    /// Whether it stands for a live list.
     bool segmentListNotifier(NotifierPtr const& notifier) const;
     void segmentListNotifierIs(NotifierPtr const& notifier);
     void segmentListNotifierDel(NotifierPtr const& notifier);
@@ -128,6 +129,8 @@ class SRTE_EXPORT SegmentListDedupTable final : public Quor::PtrInterface {
 public:
     explicit SegmentListDedupTable(Quor::Ptr<SegmentListLifeTimeNotifiee const> notifiee)
         : lifeTimeNotifiee_(std::move(notifiee)) {}
+    /// What is still interned leaves the notifying collection.
+    ~SegmentListDedupTable() override;
 
     void handleInitialized();
 
