@@ -1,0 +1,400 @@
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <numeric>
+
+#include "tests/PolicySelectionFixture.h"
+
+namespace SrTePolicy::Test {
+namespace {
+
+using testing::ElementsAre;
+
+class PolicySelectionSmTest : public PolicySelectionFixture {};
+
+// RFC 9256, 2.9, and what this system adds: whatever the order of arrival, one order, and every
+// candidate that is not active knows why.
+TEST_F(PolicySelectionSmTest, TheBestCandidateIsDecidedFieldByField) {
+    Originator const low{address("192.0.2.9"), 65001};
+    Originator const high{address("192.0.2.1"), 65002};
+    Originator const v4{address("192.0.2.1"), 65001};
+    Originator const v6{address("2001:db8::1"), 65001};
+    using enum Protocol;
+    struct Case {
+        std::vector<Path> bestFirst;
+        std::vector<std::string_view> lostBy;
+    };
+    Case const cases[] = {
+        {{{.name = "bgp", .preference = 200, .protocol = bgp}, {.name = "config"}},
+         {"lower-preference"}},
+        {{{.name = "config"},
+          {.name = "bgp", .protocol = bgp, .discriminator = 9},
+          {.name = "pcep", .protocol = pcep, .discriminator = 9}},
+         {"lower-protocol", "lower-protocol"}},
+        {{{.name = "AS 65001", .originator = low}, {.name = "AS 65002", .originator = high}},
+         {"higher-originator"}},
+        {{{.name = "v4", .originator = v4}, {.name = "v6", .originator = v6, .discriminator = 9}},
+         {"higher-originator"}},
+        {{{.name = "9", .discriminator = 9}, {.name = "7", .discriminator = 7}},
+         {"lower-discriminator"}},
+        {{{.name = "twin", .named = low}, {.name = "other twin", .named = high}}, {"tie-break"}},
+        {{{.name = "a", .preference = 300, .originator = low, .discriminator = 2},
+          {.name = "b", .preference = 300, .originator = low},
+          {.name = "c", .preference = 300, .originator = high, .discriminator = 5},
+          {.name = "d", .preference = 300, .protocol = bgp, .discriminator = 5},
+          {.name = "e", .discriminator = 7}},
+         {"lower-discriminator", "higher-originator", "lower-protocol", "lower-preference"}},
+    };
+    usable({1});
+    for (auto const& [bestFirst, lostBy] : cases) {
+        std::string expected = "P:";
+        char const* mark = "*";
+        for (auto const& path : bestFirst) {
+            expected += " " + path.name + std::exchange(mark, "") + " 1x1,";
+        }
+        std::vector<std::size_t> arrival(bestFirst.size());
+        std::iota(arrival.begin(), arrival.end(), 0u);
+        do {
+            for (auto const i : arrival) {
+                auto path = bestFirst[i];
+                path.lists = {{1}};
+                offer({path});
+                run();
+            }
+            EXPECT_EQ(selected(), expected + "\n");
+            EXPECT_EQ(reasons(), lostBy);
+            for (auto const& path : bestFirst) withdraw(path);
+            run();
+            EXPECT_EQ(selected(), "");
+        } while (std::next_permutation(arrival.begin(), arrival.end()));
+    }
+}
+
+TEST_F(PolicySelectionSmTest, ACandidateIsAsGoodAsItsUsableLists) {
+    using enum SegmentListResolveError;
+    offer({{.name = "cp1", .preference = 200, .lists = {{2, 3}, {1}}},
+           {.name = "cp2", .discriminator = 2, .lists = {{3}, {4}}}});
+    run();
+    EXPECT_EQ(selected(), "");  // nothing is resolved yet
+
+    usable({1, 2, 3, 4});
+    EXPECT_EQ(run(), "new P; active of P: cp1");
+    EXPECT_EQ(selected(), "P: cp1* 2x3 1x1, cp2 3x1 4x1,\n");  // in the source's order
+
+    listsAre(zeroResolvedLabels, {2});
+    EXPECT_EQ(run(), "rewritten P");
+    EXPECT_EQ(selected(), "P: cp1* 1x1, cp2 3x1 4x1,\n");
+
+    status->statusDel(SegmentListId(1));
+    EXPECT_EQ(run(), "active of P: cp2");
+    EXPECT_EQ(selected(), "P: cp2* 3x1 4x1,\n");
+
+    usable({2});
+    EXPECT_EQ(run(), "active of P: cp1");
+    EXPECT_EQ(selected(), "P: cp1* 2x3, cp2 3x1 4x1,\n");
+
+    listsAre(zeroResolvedLabels, {2});
+    listsAre(exceedsMsd, {3});
+    listsAre(backupExceedsMsd, {4});
+    EXPECT_EQ(run(), "withdrawn P");
+    EXPECT_EQ(selected(), "");
+}
+
+TEST_F(PolicySelectionSmTest, ACandidateThatBecomesInvalidMakesWayForTheNext) {
+    Path const best{.name = "best", .preference = 200, .lists = {{1}}};
+    Path const next{.name = "next", .discriminator = 2, .lists = {{1}}};
+    usable({1});
+    offer({best, next});
+    run();
+
+    withdraw(best);  // as when a binding SID has to be specified, and it has none
+    EXPECT_EQ(run(), "active of P: next");
+    EXPECT_EQ(selected(), "P: next* 1x1,\n");
+    withdraw(next);
+    EXPECT_EQ(run(), "withdrawn P");
+}
+
+TEST_F(PolicySelectionSmTest, TheActiveCandidateIsRewrittenInPlace) {
+    Path path{.name = "a", .lists = {{1}, {2}}, .bsid = 1000};
+    Path other{.name = "b", .preference = 50, .discriminator = 2, .lists = {{3}}};
+    usable({1, 2, 3, 4, 5});
+    offer({path, other});
+    run();
+    auto const rewritten = [&] {
+        offer({path});
+        EXPECT_EQ(run(), "rewritten P");
+        return selected();
+    };
+    path.enlp = 3;
+    EXPECT_EQ(rewritten(), "P: a* 1x1 2x1 bsid 1000 enlp 3, b 3x1,\n");
+    path.lists = {{1, 4}, {2}};
+    EXPECT_EQ(rewritten(), "P: a* 1x4 2x1 bsid 1000 enlp 3, b 3x1,\n");
+    path.lists = {{2}, {1, 4}};
+    EXPECT_EQ(rewritten(), "P: a* 2x1 1x4 bsid 1000 enlp 3, b 3x1,\n");
+    path.lists = {{2}, {1, 4}, {2}, {4}};
+    EXPECT_EQ(rewritten(), "P: a* 2x1 1x4 2x1 4x1 bsid 1000 enlp 3, b 3x1,\n");
+    path.lists = {{5}};
+    EXPECT_EQ(rewritten(), "P: a* 5x1 bsid 1000 enlp 3, b 3x1,\n");
+
+    offer({path});  // only its version is new
+    other.lists = {{4, 9}};
+    offer({other});  // nobody watches a candidate that is not active
+    EXPECT_EQ(run(), "");
+    EXPECT_EQ(selected(), "P: a* 5x1 bsid 1000 enlp 3, b 4x9,\n");
+}
+
+TEST_F(PolicySelectionSmTest, ABindingSidIsCopiedAtOnce) {
+    Path active{.name = "a", .preference = 200, .lists = {{1}}, .bsid = 1000};
+    Path spare{.name = "b", .discriminator = 2, .lists = {{1}}, .bsid = 1000};
+    Path unusable{.name = "c", .discriminator = 3, .lists = {{7}}};
+    usable({1});
+    offer({active, spare, unusable});
+    run();
+    traceIs(8);
+
+    active.bsid = spare.bsid = unusable.bsid = 1001;
+    offer({active, spare, unusable});
+    EXPECT_EQ(selected(), "P: a* 1x1 bsid 1001, b 1x1 bsid 1001,\n");  // no task has run
+    EXPECT_EQ(traces[0], "Updating Binding SID for policy Id: " + active.id().stringValue());
+    EXPECT_EQ(run(), "rewritten P");
+
+    active.bsid = MplsLabel::null;
+    offer({active});
+    EXPECT_EQ(selected(), "P: a* 1x1, b 1x1 bsid 1001,\n");
+}
+
+TEST_F(PolicySelectionSmTest, ANewRankMovesTheCandidate) {
+    Path a{.name = "a", .preference = 200, .lists = {{1}}};
+    usable({1});
+    offer({a, {.name = "b", .preference = 100, .discriminator = 2, .lists = {{1}}}});
+    run();
+    auto const moved = [&](std::uint32_t preference) {
+        a.preference = preference;
+        offer({a});
+        return run();
+    };
+    EXPECT_EQ(moved(150), "active of P: a");  // chosen anew, by another priority
+    EXPECT_EQ(moved(100), "active of P: b");
+    EXPECT_EQ(moved(50), "");
+    EXPECT_EQ(selected(), "P: b* 1x1, a 1x1,\n");
+    EXPECT_EQ(moved(101), "active of P: a");
+}
+
+TEST_F(PolicySelectionSmTest, WithSbfdSettingsTheCombinedStatusCounts) {
+    using enum SegmentListResolveError;
+    sbfdConfigured(P, true);
+    usable({1, 2, 3});
+    offer({{.name = "a", .preference = 200, .lists = {{1}, {2}}},
+           {.name = "b", .protocol = Protocol::bgp, .lists = {{3}}}});
+    run();
+    EXPECT_EQ(selected(), "");  // no combined status yet, whatever the source
+
+    sessionIs(1, sbfdDown);
+    sessionIs(2, noError);
+    sessionIs(3, noError);
+    run();
+    EXPECT_EQ(selected(), "P: a* 2x1, b 3x1,\n");
+    sessionIs(2, sbfdDown);
+    run();
+    EXPECT_EQ(selected(), "P: b* 3x1,\n");
+    status->statusWithSbfdDel(Sbfd::SbfdKey::of(P, SegmentListId(3)));
+    run();
+    EXPECT_EQ(selected(), "");
+
+    sbfdConfigured(P, false);  // a static policy without settings is no S-BFD either
+    sbfdConfigured(Q, true);
+    run();
+    EXPECT_EQ(selected(), "P: a* 1x1 2x1, b 3x1,\n");
+    sbfdConfigured(P, true);
+    run();
+    EXPECT_EQ(selected(), "");
+    config->policyDel(P);
+    run();
+    EXPECT_EQ(selected(), "P: a* 1x1 2x1, b 3x1,\n");
+}
+
+TEST_F(PolicySelectionSmTest, ABurstOfChangesWithdrawsNothingThatStays) {
+    // In the order of the task: `first` leaves slices before its successor comes.
+    Path first{.name = "first", .preference = 300, .protocol = Protocol::pcep, .lists = {{1}}};
+    Path const middle{.name = "middle", .protocol = Protocol::bgp, .lists = {{2}}};
+    usable({1});
+    offer({first, middle, {.name = "successor", .preference = 200, .lists = {{3}}}});
+    run();
+    traceIs(9);
+    scheduler->yieldAfterWorkIs(1);
+
+    unusable({1});
+    usable({2, 3});
+    EXPECT_EQ(run(), "active of P: successor");
+    EXPECT_EQ(selected(), "P: successor* 3x1, middle 2x1,\n");
+    EXPECT_THAT(traces, ElementsAre("Processed 3 selection entries, delay task: 0"));
+
+    // The best one comes back while the others leave.
+    usable({1});
+    unusable({2, 3});
+    EXPECT_EQ(run(), "active of P: first");
+
+    // A rank falls below that of a candidate that leaves.
+    usable({2});
+    run();
+    first.preference = 10;
+    offer({first});
+    unusable({2});
+    EXPECT_EQ(run(), "active of P: first");
+
+    unusable({1});
+    withdraw(middle);
+    EXPECT_EQ(run(), "withdrawn P");
+}
+
+TEST_F(PolicySelectionSmTest, AnUnchangedBestCandidateIsRetained) {
+    Path const a{.name = "a", .originator = {address("192.0.2.9"), 65001}, .lists = {{1}, {2}}};
+    std::string const policy = "Policy: endpoint 192.0.2.5 color 100, Pri";
+    std::string const priority = ": [config-100-192.0.2.9(AS65001) - 1] ";
+    usable({1});
+    offer({a});
+    traceIs(7);
+    run();
+    EXPECT_THAT(traces, ElementsAre(policy + " " + priority + "is the new active"));
+    usable({2});
+    traceIs(7);
+    EXPECT_EQ(run(), "rewritten P");
+    EXPECT_THAT(traces, ElementsAre(policy + priority + "retained as active"));
+
+    traceIs(8);
+    config->tieBreaking.valueIs(1);
+    EXPECT_EQ(run(), "");
+    EXPECT_THAT(traces, ElementsAre("Handling tie-breaking logic change", processed(a, "updated")));
+}
+
+TEST_F(PolicySelectionSmTest, OnlyTheUsersOfAListWhoseUsabilityChangedAreLookedAt) {
+    std::string const change = "Applying segmentList status change of SegmentList key: ";
+    Path const a{.name = "a", .lists = {{1}}};
+    Path const b{.name = "b", .discriminator = 2, .lists = {{1}}};
+    Path const c{.name = "c", .lists = {{2}}, .key = Q};
+    usable({2});
+    offer({a, b, c});
+    run();
+
+    traceIs(8);
+    usable({1});
+    run();
+    EXPECT_THAT(traces, ElementsAre(change + "1", processed(a, "added"), processed(b, "added")));
+
+    traceIs(8);
+    usable({1});                                                // written again
+    sessionIs(2, SegmentListResolveError::zeroResolvedLabels);  // asked by nobody
+    EXPECT_EQ(run(), "");
+    EXPECT_THAT(traces,
+                ElementsAre(change + "Value('SrTePolicy::Sbfd::SbfdKey', ** {'endpoint': 192.0.2.5,"
+                                     " 'color': 100, 'segmentListId': 2})",
+                            processed(c, "updated")));
+
+    usable({77});  // a list of another application
+    EXPECT_FALSE(scheduler->runOne());
+}
+
+TEST_F(PolicySelectionSmTest, TheTaskYieldsAndResumesAtItsBookmark) {
+    auto const path = [](std::uint32_t i) {
+        return Path{.name = "x", .preference = 100 - i, .discriminator = i, .lists = {{1}}};
+    };
+    usable({1});
+    offer({path(1), path(2), path(3)});
+    Fastlog::levelMaskIs("SrTePolicySelectionSm", 1u << 8 | 1u << 9);
+    traces.clear();
+    scheduler->yieldAfterWorkIs(2);
+    scheduler->runOne();
+    offer({path(0)});
+    scheduler->runReady();
+    EXPECT_THAT(
+        traces,
+        ElementsAre(processed(path(1), "added"), processed(path(2), "added"),
+                    "PS sm Bookmark placed at Id: " + path(3).id().stringValue(),
+                    "Processed 2 selection entries, delay task: 0",
+                    "handlePolicyIdEntry: " + path(0).id().stringValue(),
+                    processed(path(3), "added"), "Processed 1 selection entries, delay task: 0",
+                    processed(path(0), "added"), "Processed 1 selection entries, delay task: 0"));
+}
+
+TEST_F(PolicySelectionSmTest, WhileTheLogIsCloggedTheTaskComesBackLater) {
+    usable({1});
+    fieldlog->outputCloggedIs(true);
+    traceIs(9);
+    offer({{.name = "a", .lists = {{1}}}});
+    scheduler->runReady();
+    EXPECT_THAT(traces, ElementsAre("Processed 0 selection entries, delay task: 1"));
+    EXPECT_EQ(scheduler->nextExpiration(), 0.1);
+
+    fieldlog->outputCloggedIs(false);
+    scheduler->runReady();
+    EXPECT_EQ(selected(), "");
+    clock.advance(0.1);
+    run();
+    EXPECT_EQ(selected(), "P: a* 1x1,\n");
+}
+
+TEST_F(PolicySelectionSmTest, AStartKeepsWhatHoldsAndSweepsWhatWent) {
+    Path const went{.name = "went", .preference = 200, .discriminator = 2, .lists = {{1}}};
+    Path const alone{.name = "alone", .lists = {{1}}, .key = Q};
+    usable({1});
+    offer({{.name = "stays", .lists = {{1}}}, went, alone});
+    run();
+    crash();
+
+    withdraw(went);
+    withdraw(alone);
+    ecPolicy->policyIs({address("192.0.2.7"), 100});
+    log.clear();
+    traceIs(7);
+    restart();
+    EXPECT_EQ(traces[0],
+              "Policy: endpoint 192.0.2.7 color 100 has no candidates and should not exist");
+    EXPECT_EQ(run(), "withdrawn endpoint 192.0.2.7 color 100; active of P: stays; withdrawn Q");
+    EXPECT_EQ(selected(), "P: stays* 1x1,\n");
+}
+
+TEST_F(PolicySelectionSmTest, ItWorksBetweenStartAndDeletionOnly) {
+    restartsHitless = false;
+    Path const a{.name = "a", .lists = {{1}}};
+    usable({1});
+    offer({a});
+    run();
+    sm->handleDel();
+    sm->handleDel();
+    EXPECT_EQ(selected(), "");
+    auto const idle =
+        policySelectionSmFactory(config, input, users, status, ecPolicy, scheduler, fieldlog);
+
+    withdraw(a);
+    offer({a});
+    unusable({1});
+    sbfdConfigured(P, true);
+    sessionIs(1, SegmentListResolveError::noError);
+    config->tieBreaking.valueIs(1);
+    idle->handleDel();
+    EXPECT_FALSE(scheduler->runOne());
+    EXPECT_EQ(run(), "withdrawn P");
+}
+
+TEST_F(PolicySelectionSmTest, ItsDumpShowsTaskBacklogAndChoices) {
+    Path const a{.name = "a", .preference = 200, .lists = {{1}}};
+    usable({1});
+    offer({a, {.name = "b", .discriminator = 2, .lists = {{1}}}});
+    run();
+    offer({a});
+    Keel::DumpContext ctx;
+    sm->dumpState(ctx, 2);
+    EXPECT_EQ(ctx.text(),
+              "  Task Dump:\n"
+              "    taskName: SelectionSmTask, taskPriority: 2, currentExpirationTime: 0.000000\n"
+              "  pendingPolicyId #1 \n"
+              "    Policy Id: endpoint 192.0.2.5 color 100 protocol config originator (AS0) "
+              "discriminator 1\n"
+              "  pendingBookmark:  \n"
+              "  ecPolicy #1 \n"
+              "    Policy: endpoint 192.0.2.5 color 100\n"
+              "      Pri: [config-100-(AS0) - 2]\n"
+              "      Pri: [config-200-(AS0) - 1] active\n");
+}
+
+}  // namespace
+}  // namespace SrTePolicy::Test
