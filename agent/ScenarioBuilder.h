@@ -1,7 +1,7 @@
 #pragma once
 
-#include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 

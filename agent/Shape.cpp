@@ -1,7 +1,6 @@
 #include "agent/Shape.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <limits>
 #include <utility>
 

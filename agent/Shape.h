@@ -4,7 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "agent/YamlTree.h"

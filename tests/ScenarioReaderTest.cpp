@@ -3,7 +3,9 @@
 #include <tuple>
 #include <vector>
 
+#include "agent/ScenarioBuilder.h"
 #include "agent/ScenarioReader.h"
+#include "agent/ScenarioShape.h"
 #include "agent/ScenarioValues.h"
 
 namespace Agent {
@@ -233,22 +235,26 @@ TEST(ScenarioReader, ReportsEverythingAtOnceInTheOrderOfTheFile) {
 }
 
 TEST(ScenarioReader, NamesThePartsThatAreNotBuiltYet) {
-    EXPECT_EQ(
-        faults(
-            R"(policies: {1 1.1.1.1: {sbfd: {interval: 50ms}, candidates: {a: {lists: {l: {labels: [1]}}}}}}
+    EXPECT_EQ(faults(R"(policies:
+  1 1.1.1.1: {sbfd: {interval: 50ms}, candidates: {a: {lists: {l: {labels: [1]}}}}}
 bfd: {interval: 300ms, multiplier: 3}
 counters: {1 1.1.1.1 a l: true}
-gribi: {nh: {18446744073709551615: [1048576]}, nhg: {10: {1: 18446744073709551615}}, mpls: {1048576: 5}}
+gribi:
+  nh: {18446744073709551615: [1048576]}
+  nhg: {10: {1: 18446744073709551615}}
+  mpls: {1048576: 5}
 events:
-  - {at: 1s, sbfd-session: {1 1.1.1.1 a l: admin-down}, policies: {1 1.1.1.1: {sbfd: null}}}
-  - {at: 1s, gribi: null, bfd: null, counters: {1 1.1.1.1 a l: null}}
+  - {at: 1s, sbfd-session: {1 1.1.1.1 a l: admin-down}, bfd: null}
+  - {at: 1s, gribi: null, policies: {1 1.1.1.1: {sbfd: null}}}
+  - {at: 1s, counters: {1 1.1.1.1 a l: null}}
 expect:
-  - {at: 1s, sbfd: {1 1.1.1.1 a l: {state: up}}, tunnel-map: {1 1.1.1.1: null}, gribi: {running: true}}
+  - {at: 1s, sbfd: {1 1.1.1.1 a l: {state: up}}, gribi: {running: true}}
+  - {at: 1s, tunnel-map: {1 1.1.1.1: null}}
 )"),
-        "1:24: not built yet\n2:1: not built yet\n3:1: not built yet\n4:1: not built yet\n"
-        "6:14: not built yet\n6:80: not built yet\n"
-        "7:14: not built yet\n7:27: not built yet\n7:38: not built yet\n"
-        "9:14: not built yet\n9:50: not built yet\n9:81: not built yet\n");
+              "2:15: not built yet\n3:1: not built yet\n4:1: not built yet\n5:1: not built yet\n"
+              "10:14: not built yet\n10:57: not built yet\n"
+              "11:14: not built yet\n11:50: not built yet\n12:14: not built yet\n"
+              "14:14: not built yet\n14:50: not built yet\n15:14: not built yet\n");
 }
 
 /// Each via's interface, next hop and operation.
@@ -320,11 +326,15 @@ std::string policiesText(Step const& step) {
 TEST(ScenarioReader, EventsPatchPoliciesAndNeverReuseANumber) {
     auto const scenario = read(R"(
 policies:
-  1 1.1.1.1: {candidates: {a: {lists: {x: {labels: [5]}, y: {labels: [6]}}}, b: {from: bgp 1 2.2.2.2 77}}}
+  1 1.1.1.1:
+    candidates:
+      a: {lists: {x: {labels: [5]}, y: {labels: [6]}}}
+      b: {from: bgp 1 2.2.2.2 77}
 events:
   - {at: 1s, policies: {01 1.1.1.1: {candidates: {c: {}, a: {lists: {x: null, z: {labels: [7]}}}}}}}
   - {at: 2s, policies: {1 1.1.1.1: {candidates: {a: {lists: {x: {labels: [8]}}}, b: null}}}}
-  - {at: 3s, policies: {1 1.1.1.1: {candidates: {d: {}, b: {from: null}, c: {from: config 0 0.0.0.0 9}}}}}
+  - at: 3s
+    policies: {1 1.1.1.1: {candidates: {d: {}, b: {from: null}, c: {from: config 0 0.0.0.0 9}}}}
   - {at: 4s, policies: {1 1.1.1.1: {}, 2 1.1.1.1: {candidates: {a: {}}}}}
   - {at: 5s, policies: null}
   - {at: 6s, policies: {1 1.1.1.1: {candidates: {a: {}}}}}
@@ -411,6 +421,69 @@ events:
     EXPECT_EQ(scenario.events[2].life, Life::restart);
     EXPECT_THAT(scenario.events[2].lfib.written, IsEmpty());
     EXPECT_EQ(scenario.end(), 2s);
+}
+
+/// The steps of files that use what is not built yet, each of them a patch on the one before.
+class PatchesTest : public testing::Test {
+protected:
+    Step take(std::string const& text) {
+        auto patch = readYamlTree(text, findings_);
+        scenarioShape()(patch, findings_);
+        findings_.throwIfAny();
+        return builder_.take(patch);
+    }
+
+private:
+    Findings findings_{"f"};
+    ScenarioBuilder builder_{findings_};
+};
+
+TEST_F(PatchesTest, GribiEntriesAndItsConfiguration) {
+    auto const start =
+        take("gribi: {nh: {1: [16, 1048576], 2: []}, nhg: {10: {1: 3, 2: 0}}, mpls: {900: 10}}");
+    ASSERT_TRUE(start.gribi.configuration);
+    EXPECT_TRUE((*start.gribi.configuration)->enabled);
+    EXPECT_THAT(start.gribi.nextHop.written.at(0).pushedLabels, ElementsAre(16, 1048576));
+    EXPECT_THAT(start.gribi.nextHopGroup.written.at(0).nextHopWeights,
+                ElementsAre(testing::Pair(1, 3), testing::Pair(2, 0)));
+    EXPECT_EQ(start.gribi.mpls.written.at(0).nextHopGroup, 10u);
+
+    auto const again = take("gribi: {nh: {01: [16, 1048576]}, nhg: {10: {2: null}}}");
+    EXPECT_FALSE(again.gribi.configuration);
+    EXPECT_EQ(again.gribi.nextHop.written.at(0).id, 1u);
+    EXPECT_THAT(again.gribi.nextHopGroup.written.at(0).nextHopWeights,
+                ElementsAre(testing::Pair(1, 3)));
+
+    auto const gone = take("gribi: null");
+    ASSERT_TRUE(gone.gribi.configuration);
+    EXPECT_FALSE(*gone.gribi.configuration);
+    EXPECT_THAT(gone.gribi.nextHop.removed, ElementsAre(1, 2));
+    EXPECT_THAT(gone.gribi.mpls.removed, ElementsAre(900));
+    EXPECT_FALSE(take("gribi: {enabled: false}").gribi.configuration->value().enabled);
+}
+
+TEST_F(PatchesTest, BfdCountersAndStaticPolicies) {
+    auto const start = take(R"(
+bfd: {interval: 0.3s, multiplier: 3}
+policies: {1 1.1.1.1: {sbfd: {}}, 2 1.1.1.1: {}}
+counters: {1 1.1.1.1 a l: true}
+)");
+    EXPECT_EQ(start.bfd->interval.value(), 300u);
+    EXPECT_EQ(start.policies.written.at(0).policy.settings.sbfd, SrTePolicy::SbfdSettings());
+    EXPECT_EQ(start.policies.written.at(1).policy.settings.sbfd, std::nullopt);
+    EXPECT_EQ(start.counters.written.at(0).text(), "1 1.1.1.1 a l");
+
+    auto const patched = take(R"(
+bfd: {interval: null}
+policies: {1 1.1.1.1: {sbfd: {multiplier: 5, discriminator: 9}}}
+counters: {01 1.1.1.1  a l: null}
+)");
+    EXPECT_EQ(patched.bfd->interval.value(), 0u);
+    EXPECT_EQ(patched.bfd->multiplier.value(), 3u);
+    auto const& sbfd = patched.policies.written.at(0).policy.settings.sbfd;
+    EXPECT_EQ(sbfd->multiplier.value(), 5u);
+    EXPECT_EQ(sbfd->remoteDiscriminator.value(), 9u);
+    EXPECT_EQ(patched.counters.removed.at(0).text(), "1 1.1.1.1 a l");
 }
 
 TEST(ScenarioReader, SpellsTheKeysOfExpectationsAsTheyArePrinted) {
