@@ -52,7 +52,7 @@ void SrTePolicyLfibGenSm::handlePolicy(PolicyKey const& key) {
 
     SRTE_TRACE(8, "change in policy: " << key);
     auto const* const entry = policyStatus_->policyStatusEntry().find(key);
-    if (!entry || !*entry || entry->bindingSid.isNull()) {
+    if (!entry || entry->bindingSid.isNull()) {
         deleteLfib(key);
         return;
     }
