@@ -1,0 +1,285 @@
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Platform/Quor/RangeError.h"
+#include "SrTePolicy/SrTePolicyCoreDedupTable.h"
+#include "tests/TraceLines.h"
+
+namespace SrTePolicy {
+namespace {
+
+using testing::ElementsAre;
+using testing::ThrowsMessage;
+using Labels = std::initializer_list<std::uint32_t>;
+using ListPtr = Quor::Ptr<SegmentList const>;
+
+PolicyId policy(std::uint32_t color) {
+    PolicyId id;
+    id.key = {Wirex::IpGenAddr::ipv4(0x0A000001), color};
+    id.candidate = {Protocol::config, Wirex::IpGenAddr::ipv4(0x0A000009), 65001, 1};
+    return id;
+}
+std::string policyText(std::uint32_t color) {
+    return policy(color).stringValue();
+}
+
+template <class Dumped>
+std::string dump(Dumped const& dumped, int indent) {
+    Keel::DumpContext ctx;
+    dumped.dumpState(ctx, indent);
+    return ctx.text();
+}
+
+constexpr auto indexError =
+    "MplsStackEntryIndex::value < MplsStackEntryIndex::min or > "
+    "MplsStackEntryIndex::nullValue not allowed";
+
+class SegmentListTest : public testing::Test {
+protected:
+    ListPtr list(Labels labels, PolicyId const& owner = policy(1),
+                 DistinguisherId distinguisher = DistinguisherId()) const {
+        return tables->segmentList(Wirex::pushOperation(labels), owner, distinguisher);
+    }
+    std::uint32_t lastListId() const {
+        return tables->notifyingSegmentListCollection()->uniqueId()().value();
+    }
+    std::uint32_t lastSegmentId() const {
+        return tables->notifyingSegmentCollection()->uniqueId()().value();
+    }
+
+    Quor::Ptr<CoreDedupTables> tables = coreDedupTablesFactory();
+};
+
+TEST_F(SegmentListTest, EqualLabelsOfOneOwnerAreOneList) {
+    auto const first = list({16, 17});
+    EXPECT_EQ(first->segmentListId(), SegmentListId(1));
+    EXPECT_EQ(list({16, 17}), first);
+    EXPECT_EQ(lastListId(), 1u);
+
+    auto const others = {list({16, 17}, policy(2)), list({17, 16}), list({16}), list({}),
+                         list({16, 17}, policy(1), DistinguisherId(7))};
+    std::uint32_t id = 2;
+    for (auto const& other : others) EXPECT_EQ(other->segmentListId().value(), id++);
+    EXPECT_EQ((*others.begin())->segment(1), first->segment(1)) << "segments are shared";
+    EXPECT_EQ(lastSegmentId(), 2u);
+}
+
+TEST_F(SegmentListTest, ALabelMayBeInAListTwice) {
+    auto const again = list({16, 17, 16});
+    EXPECT_EQ(again->segment(0), again->segment(2));
+    EXPECT_EQ(again->segmentLabel(2).value(), 16u);
+    EXPECT_EQ(again->stringValue(), "segmentListId: 1, size: 3, segmentIds: 1 2 1");
+    EXPECT_EQ(dump(*again, 2), "  segments #3 [ 1 2 1 ]segmentListId: 1 size: 3 \n");
+}
+
+TEST_F(SegmentListTest, EightLabelsFitAndANinthInternsNothing) {
+    EXPECT_EQ(list({1, 2, 3, 4, 5, 6, 7, 8})->segmentLabel(7).value(), 8u);
+    EXPECT_THAT(
+        [&] {
+            list({11, 12, 13, 14, 15, 16, 17, 18, 19});
+        },
+        ThrowsMessage<Quor::RangeError>(indexError));
+    EXPECT_EQ(lastListId(), 1u);
+    EXPECT_EQ(lastSegmentId(), 8u);
+}
+
+TEST_F(SegmentListTest, AListThatGoesReleasesItsSegmentsAndItsIdentityForGood) {
+    auto kept = list({17});
+    auto gone = list({16, 17});
+    gone = nullptr;
+    EXPECT_EQ(tables->segDedupTablePtr()->lookupByLabel(Wirex::MplsLabel(16)), nullptr);
+    EXPECT_NE(tables->segDedupTablePtr()->lookupByLabel(Wirex::MplsLabel(17)), nullptr);
+    EXPECT_EQ(list({16, 17})->segmentListId(), SegmentListId(3));
+    EXPECT_EQ(lastSegmentId(), 3u);
+}
+
+TEST_F(SegmentListTest, ListsOfManyNextHopsWithOneStackSpreadOverTheTable) {
+    std::set<std::uint32_t> hashes;
+    std::vector<ListPtr> lists;
+    for (std::uint64_t nextHop = 0; nextHop < 1000; ++nextHop) {
+        lists.push_back(list({16, 17}, PolicyId(), DistinguisherId(nextHop)));
+        hashes.insert(lists.back()->hash());
+    }
+    EXPECT_GT(hashes.size(), 990u);
+    EXPECT_EQ(lastListId(), 1000u);
+}
+
+TEST_F(SegmentListTest, IsBuiltByIndexUntilItIsInterned) {
+    auto const interned = list({16, 17});
+    SegmentList& made = *Quor::makePtr<SegmentList>(policy(1), DistinguisherId()).release();
+    ListPtr const owner = ListPtr::adopt(&made);
+    made.segmentIs(0, interned->segment(0));
+    made.segmentIs(1, interned->segment(0));
+    made.segmentIs(1, interned->segment(1));
+    EXPECT_EQ(made.size(), 2u);
+    EXPECT_TRUE(made.compare(interned.get()));
+    EXPECT_EQ(made.hash(), interned->hash());
+    made.segmentDel(1);
+    made.segmentDel(1);
+    EXPECT_EQ(made.size(), 1u);
+    EXPECT_FALSE(made.compare(interned.get()));
+    EXPECT_DEATH((void)made.segmentLabel(1), "segment\\(index\\)");
+    made.segmentDelAll();
+    EXPECT_EQ(made.size(), 0u);
+    for (std::uint32_t const index : {8u, 0xFFFFFFFFu}) {
+        auto const outOfRange = ThrowsMessage<Quor::RangeError>(indexError);
+        EXPECT_THAT([&] { made.segmentIs(index, interned->segment(0)); }, outOfRange);
+        EXPECT_THAT([&] { made.segmentDel(index); }, outOfRange);
+        EXPECT_THAT([&] { (void)made.segmentLabel(index); }, outOfRange);
+    }
+    auto& frozen = const_cast<SegmentList&>(*interned);
+    EXPECT_DEATH(frozen.segmentIs(2, interned->segment(0)), "!isDeduped\\(\\)");
+    EXPECT_DEATH(frozen.segmentDelAll(), "!isDeduped\\(\\)");
+}
+
+TEST_F(SegmentListTest, ObserversFindEachListIntactWhenItComesAndWhenItGoes) {
+    using NotifierPtr = Quor::Ptr<SegmentListLifeTimeNotifier const>;
+    struct Observer {
+        NotifyingSegmentListCollection const& collection;
+        std::vector<std::string> events;
+        void handle(NotifierPtr const& notifier) {
+            auto const* const list = notifier->segmentListRawPtr();
+            bool const live = collection.segmentListNotifier(notifier);
+            EXPECT_EQ(collection.segmentList(list->segmentListId()), live ? list : nullptr);
+            events.push_back((live ? "+ " : "- ") + list->segmentLabel(0).stringValue());
+        }
+    } observer{*tables->notifyingSegmentListCollection(), {}};
+    Quor::Reactor<NotifierPtr> const reactor(
+        observer.collection.notifierSubject(), &observer,
+        [](Observer& self, NotifierPtr const& notifier) { self.handle(notifier); });
+    TraceLines traces("SrTePolicySegmentList");
+    list({16});
+    list({17});
+    EXPECT_THAT(observer.events, ElementsAre("+ 16", "- 16", "+ 17", "- 17"));
+    EXPECT_THAT(traces.take(), ElementsAre("Next SL ID: 1", "Next SL ID: 2"));
+    EXPECT_EQ(dump(observer.collection, 0), " NotifyingSegmentListCollection: uniqueIds:2\n");
+
+    auto const notifiee = tables->segListLifeTimeNotifiee();
+    auto const handle = Quor::makePtr<SegmentList>(policy(1), DistinguisherId());
+    EXPECT_DEATH(notifiee->handleRemove(handle.get()), "__null != lifeTimeNotifier");
+    EXPECT_DEATH(notifiee->handleInsert(const_cast<SegmentList*>(list({18}).get())),
+                 "__null == segmentList->segmentListLifeTimeNotifier\\(\\)");
+}
+
+TEST_F(SegmentListTest, TheTablesEndWithNobodyLeftInTheCollections) {
+    auto const lists = tables->notifyingSegmentListCollection();
+    auto const segments = tables->notifyingSegmentCollection();
+    auto const survivor = list({16, 17});
+    tables = nullptr;
+    EXPECT_TRUE(lists->segmentListNotifier().empty());
+    EXPECT_TRUE(segments->segmentNotifier().empty());
+    EXPECT_EQ(survivor->segmentLabel(1).value(), 17u);
+}
+
+class SegmentListUserTest : public SegmentListTest {
+public:
+    void handleDeath(SegmentListId id) {
+        EXPECT_EQ(users->segmentListUser(id), nullptr);
+        told += "list " + id.stringValue() + " ";
+    }
+
+protected:
+    void handle(SegmentListId id) {
+        auto const* const user = users->segmentListUser(id);
+        told += id.stringValue() + ":" + (user ? std::to_string(user->policyId().size()) : "gone") +
+                " ";
+    }
+    std::string take() { return std::exchange(told, {}); }
+    void use(ListPtr const& used) { users->segmentListUserIs(used->segmentListId(), used); }
+
+    static constexpr SegmentListId first{1};
+
+    Quor::Ptr<SegmentListIdToPolicyMap> users = segmentListIdToPolicyMapFactory();
+    std::string told;
+    Quor::Reactor<SegmentListId> reactor{
+        users->segmentListUserSubject(), this,
+        [](SegmentListUserTest& self, SegmentListId const& id) { self.handle(id); }};
+};
+
+TEST_F(SegmentListUserTest, AListLivesAsLongAsItsRow) {
+    use(list({16}));
+    use(list({16}));
+    EXPECT_EQ(take(), "1:0 ");
+    EXPECT_EQ(list({16})->segmentListId(), first);
+    users->segmentListUserDel(first);
+    users->segmentListUserDel(first);
+    EXPECT_EQ(take(), "1:gone ");
+    EXPECT_EQ(tables->segListDedupTablePtr()->dedupHashTable()->size(), 0u);
+
+    use(list({16}));
+    EXPECT_DEATH(users->segmentListUserIs(SegmentListId(2), list({17})),
+                 "user->segmentList\\(\\) == list");
+}
+
+TEST_F(SegmentListUserTest, UsersAreASetInOrder) {
+    use(list({16}));
+    take();
+    EXPECT_TRUE(users->policyIdIs(first, policy(2)));
+    EXPECT_FALSE(users->policyIdIs(first, policy(2)));
+    EXPECT_EQ(dump(*users, 2), "  segmentListUsers #1 \n    SegmentListId: 1 size: 1 policyId: " +
+                                   policyText(2) + "\n");
+    EXPECT_TRUE(users->policyIdIs(first, policy(3)));
+    EXPECT_TRUE(users->policyIdIs(first, policy(1)));
+    EXPECT_FALSE(users->policyIdIs(first, policy(3)));
+    EXPECT_THAT(users->segmentListUser(first)->policyId(),
+                ElementsAre(policy(1), policy(2), policy(3)));
+    EXPECT_TRUE(users->policyIdDel(first, policy(2)));
+    EXPECT_FALSE(users->policyIdDel(first, policy(2)));
+    EXPECT_FALSE(users->policyIdDel(SegmentListId(9), policy(2)));
+    EXPECT_EQ(take(), "1:1 1:2 1:3 1:2 ");
+    EXPECT_EQ(dump(*users->segmentListUser(first), 2),
+              "  PolicyIds #2 \n    " + policyText(1) + "\n    " + policyText(3) + "\n");
+
+    users->policyIdDel(first, policy(1));
+    users->policyIdDel(first, policy(3));
+    EXPECT_TRUE(users->policyIdIs(first, policy(4)));
+    EXPECT_TRUE(users->segmentListUser(first)->hasPolicyId(policy(4)));
+    EXPECT_FALSE(users->segmentListUser(first)->hasPolicyId(policy(3)));
+    EXPECT_DEATH(users->policyIdIs(SegmentListId(9), policy(1)), "user");
+}
+
+TEST_F(SegmentListUserTest, AllRowsGoOneByOneAndAListDiesAfterItsRow) {
+    use(list({16}));
+    use(list({17}));
+    take();
+    Quor::Reactor<Quor::Ptr<SegmentListLifeTimeNotifier const>> const deaths(
+        tables->notifyingSegmentListCollection()->notifierSubject(), this,
+        [](auto& self, auto const& notifier) {
+            self.handleDeath(notifier->segmentListRawPtr()->segmentListId());
+        });
+    users->segmentListUserDelAll();
+    EXPECT_EQ(take(), "1:gone list 1 2:gone list 2 ");
+}
+
+TEST_F(SegmentListTest, SurvivingListsAreInternedUnderTheirOldIdentity) {
+    auto const exported = Export::segmentListCollectionFactory();
+    auto const surviving = [&exported](std::uint32_t id, std::vector<std::uint32_t> labels) {
+        Export::SegmentList copy;
+        copy.segmentListId = SegmentListId(id);
+        copy.policyId = policy(id);
+        copy.distinguisherId = DistinguisherId(id);
+        for (auto const label : labels) copy.segment[copy.size++] = Wirex::MplsLabel(label);
+        exported->segmentListIs(copy);
+    };
+    surviving(70, {});
+    surviving(7, {16, 17, 18, 19, 20, 21, 22, 23});
+    surviving(8, {17});
+
+    auto references = reinternSurvivingLists(tables, exported);
+    std::string texts;
+    for (auto const& reference : references) texts += reference->stringValue() + "\n";
+    EXPECT_EQ(texts,
+              "segmentListId: 7, size: 8, segmentIds: 1 2 3 4 5 6 7 8\n"
+              "segmentListId: 8, size: 1, segmentIds: 2\n"
+              "segmentListId: 70, size: 0, segmentIds:\n");
+
+    auto const claimed = list({17}, policy(8), DistinguisherId(8));
+    EXPECT_EQ(claimed, references[1]);
+    references.clear();
+    EXPECT_EQ(tables->segListDedupTablePtr()->dedupHashTable()->size(), 1u);
+    EXPECT_EQ(list({99})->segmentListId(), SegmentListId(71));
+}
+
+}  // namespace
+}  // namespace SrTePolicy

@@ -1,0 +1,194 @@
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "SrTePolicy/SrTePolicyCoreDedupTable.h"
+#include "tests/TraceLines.h"
+
+namespace SrTePolicy {
+namespace {
+
+using testing::ElementsAre;
+using Wirex::MplsLabel;
+
+TEST(SegmentHash, IsJenkinsOneAtATimeOverTypeAndLabel) {
+    std::tuple<std::uint32_t, std::uint32_t, std::uint32_t> const cases[] = {
+        {1, 0, 0x98adb391},  {1, 3, 0x463c9a38},      {1, 16, 0xdf862b7c},      {0, 16, 0xf07a20ce},
+        {2, 16, 0x27674865}, {1, 100000, 0x4e724982}, {1, 0xfffff, 0x10ac5d02},
+    };
+    for (auto const& [type, label, hash] : cases) {
+        auto const segment =
+            segmentMplsLabelFactory(static_cast<SegmentType>(type), MplsLabel(label));
+        EXPECT_EQ(segment->hash(), hash) << type << ' ' << label;
+    }
+}
+
+class SegmentTest : public testing::Test {
+protected:
+    Quor::Ptr<SegmentMplsLabel> intern(std::uint32_t label,
+                                       SegmentType type = SegmentType::mplsLabel) const {
+        return segmentMplsLabelFactory(type, MplsLabel(label))->dedup(table());
+    }
+    SegmentDedupTable const* table() const { return tables->segDedupTablePtr().get(); }
+    std::uint32_t lastId() const {
+        return tables->notifyingSegmentCollection()->uniqueId()().value();
+    }
+    std::string dump(auto const& dumped, int indent = 0) const {
+        Keel::DumpContext ctx;
+        dumped->dumpState(ctx, indent);
+        return ctx.text();
+    }
+
+    Quor::Ptr<CoreDedupTables> tables = coreDedupTablesFactory();
+};
+
+TEST_F(SegmentTest, ALabelIsOneSegmentWithOneIdentity) {
+    auto const candidate = segmentMplsLabelFactory(SegmentType::mplsLabel, MplsLabel(16));
+    EXPECT_EQ(candidate->segmentId(), SegmentId());
+    EXPECT_EQ(candidate->lookup(table()), nullptr);
+    auto const segment = candidate->dedup(table());
+    EXPECT_EQ(segment->segmentId(), SegmentId(1));
+    EXPECT_EQ(intern(16), segment);
+    EXPECT_EQ(lastId(), 1u);
+    EXPECT_EQ(segmentMplsLabelFactory(SegmentType::mplsLabel, MplsLabel(16))->lookup(table()),
+              segment);
+
+    auto const otherType = intern(16, static_cast<SegmentType>(2));
+    EXPECT_EQ(otherType->segmentId(), SegmentId(2));
+    EXPECT_EQ(table()->lookupByLabel(MplsLabel(16)), segment) << "looks for type 1 alone";
+
+    EXPECT_EQ(table()->lookupByLabel(MplsLabel(17)), nullptr);
+    EXPECT_EQ(lastId(), 2u);
+    EXPECT_EQ(table()->dedupHashTable()->size(), 2u);
+    EXPECT_EQ(segment->stringValue(), "Id: 1, Type: mplsLabel, Label: 16");
+    EXPECT_EQ(otherType->stringValue(), "Id: 2, Type: 2, Label: 16");
+}
+
+TEST_F(SegmentTest, AnIdentityIsNeverGivenAgain) {
+    auto segment = intern(16);
+    segment = nullptr;
+    EXPECT_EQ(table()->lookupByLabel(MplsLabel(16)), nullptr);
+    EXPECT_EQ(intern(16)->segmentId(), SegmentId(2));
+
+    auto const& collection = tables->notifyingSegmentCollection();
+    EXPECT_EQ(collection->uniqueIdInc(0), SegmentId(2));
+    EXPECT_EQ(collection->uniqueIdInc(5), SegmentId(7));
+    collection->uniqueIdIs(SegmentId(0xFFFFFFFF));
+    EXPECT_DEATH(intern(17), "uniqueId does not wrap");
+}
+
+TEST_F(SegmentTest, ObserversSeeWhoCameAndWhoWent) {
+    struct Observer {
+        NotifyingSegmentCollection const& collection;
+        std::vector<std::string> events;
+        void handle(Quor::Ptr<SegmentLifeTimeNotifier const> const& notifier) {
+            bool const live = collection.segmentNotifier(notifier);
+            EXPECT_EQ(notifier->segmentRawPtr()->segmentLifeTimeNotifier(), notifier.get());
+            events.push_back((live ? "+ " : "- ") + notifier->toStrep());
+            last = notifier;
+        }
+        Quor::Ptr<SegmentLifeTimeNotifier const> last;
+    } observer{*tables->notifyingSegmentCollection(), {}, {}};
+    Quor::Reactor<Quor::Ptr<SegmentLifeTimeNotifier const>> const reactor(
+        observer.collection.notifierSubject(), &observer,
+        [](Observer& self, Quor::Ptr<SegmentLifeTimeNotifier const> const& notifier) {
+            self.handle(notifier);
+        });
+    TraceLines traces("SrTePolicySegment");
+    intern(16);
+    EXPECT_THAT(observer.events, ElementsAre("+ Id: 1, Type: mplsLabel, Label: 16",
+                                             "- Id: 1, Type: mplsLabel, Label: 16"));
+    EXPECT_THAT(traces.take(), ElementsAre("Insert Segment: Id: 1, Type: mplsLabel, Label: 16"));
+
+    // Who keeps a notifier holds one that stands for nothing.
+    EXPECT_EQ(observer.last->segmentRawPtr(), nullptr);
+    EXPECT_EQ(observer.last->toStrep(), "");
+    EXPECT_FALSE(observer.collection.segmentNotifier(observer.last));
+}
+
+TEST_F(SegmentTest, TheTablesAreMadeOnceAndEndWithNobodyLeftInTheCollection) {
+    auto const before = tables->segDedupTablePtr();
+    tables->handleInitialized();
+    EXPECT_EQ(tables->segDedupTablePtr(), before);
+
+    auto const collection = tables->notifyingSegmentCollection();
+    auto const survivor = intern(16);
+    tables = nullptr;
+    EXPECT_FALSE(collection->segmentNotifier().empty()) << "somebody still holds the table";
+    const_cast<Quor::Ptr<SegmentDedupTable const>&>(before) = nullptr;
+    EXPECT_TRUE(collection->segmentNotifier().empty());
+    EXPECT_FALSE(survivor->isDeduped());
+    EXPECT_EQ(survivor->segmentLifeTimeNotifier(), nullptr);
+}
+
+TEST_F(SegmentTest, Dumps) {
+    auto const segment = intern(16);
+    EXPECT_EQ(dump(tables->notifyingSegmentCollection(), 4),
+              "    NotifyingSegmentCollection: uniqueIds:1\n");
+    EXPECT_EQ(dump(tables),
+              " CoreDedupTables:\n"
+              "  NotifyingSegmentCollection: uniqueIds:1\n"
+              "  SegmentDedupTable: segments:1\n"
+              "  NotifyingSegmentListCollection: uniqueIds:0\n"
+              "  SegmentListDedupTable: segmentLists:0\n");
+}
+
+struct Abstract final : SegmentBase {
+    Abstract() : SegmentBase(SegmentType::unset) {}
+    std::uint32_t hash() const override { return 0; }
+};
+
+TEST_F(SegmentTest, ProgrammingErrorsStopTheAgent) {
+    auto const abstract = Quor::makePtr<Abstract>();
+    EXPECT_DEATH((void)abstract->compare(abstract.get()), ": 0\n");
+    EXPECT_DEATH((void)abstract->resolveSegment(nullptr), ": 0\n");
+    EXPECT_EQ(abstract->stringValue(), "Id: 0, Type: 0");
+
+    auto const notifiee = tables->segLifeTimeNotifiee();
+    EXPECT_DEATH(notifiee->handleInsert(intern(16)),
+                 "__null == segment->segmentLifeTimeNotifier\\(\\)");
+    EXPECT_DEATH(notifiee->handleRemove(abstract.get()), "__null != lifeTimeNotifier");
+}
+
+class SegmentStatusTest : public testing::Test {
+protected:
+    void handle(SegmentId id) { told += id.stringValue() + (status->status(id) ? "+ " : "- "); }
+    Quor::Ptr<SegmentResolve> record(std::uint32_t id) const {
+        return Quor::makePtr<SegmentResolve>(SegmentId(id),
+                                             segmentViaInfoFactory(Mpls::LfibViaType::mpls));
+    }
+    std::string dump() const {
+        Keel::DumpContext ctx;
+        status->dumpState(ctx, 2);
+        return ctx.text();
+    }
+
+    Quor::Ptr<SegmentStatus> status = segmentStatusFactory();
+    std::string told;
+    Quor::Reactor<SegmentId> reactor{
+        status->status(), this,
+        [](SegmentStatusTest& self, SegmentId const& id) { self.handle(id); }};
+};
+
+TEST_F(SegmentStatusTest, EveryWriteIsToldAndNoDeletionOfNothing) {
+    auto const three = record(3);
+    status->statusIs(three);
+    status->statusIs(three);
+    status->statusIs(record(2));
+    status->statusDel(SegmentId(4));
+    status->statusDelAll();
+    EXPECT_EQ(told, "3+ 3+ 2+ 2- 3- ");
+}
+
+TEST_F(SegmentStatusTest, DumpsTheRecordsInOrder) {
+    EXPECT_EQ(dump(), "  statuses #0 \n");
+    status->statusIs(record(3));
+    status->statusIs(Quor::makePtr<SegmentResolve>(SegmentId(2), nullptr));
+    EXPECT_EQ(dump(),
+              "  statuses #2 \n"
+              "    segmentId: 2\n"
+              "    segmentId: 3, viaInfo: ViaType: 1, Vias: \n");
+}
+
+}  // namespace
+}  // namespace SrTePolicy
