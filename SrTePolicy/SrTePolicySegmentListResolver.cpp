@@ -34,8 +34,7 @@ Syslog::Message const exceedsMsdMessage(
 Syslog::Message const backupExceedsMsdMessage(
     "SRTE_RESOLVED_SEGMENT_LIST_BACKUP_EXCEEDS_MSD",
     "Resolved segment list (ID %u) for the backup path exceeds the maximum supported hardware "
-    "label "
-    "push stack depth (%u), was configured with labels %s",
+    "label push stack depth (%u), was configured with labels %s",
     "Backup path of Segment list post resolution of the top label exceeds the maximum SID depth of "
     "the platform's hardware. ",
     recommendedAction);
@@ -164,6 +163,10 @@ Quor::Ptr<SegmentListResolveResult const> SegmentListResolver::resolveSegmentLis
 Quor::Ptr<SegmentListResolveResult const> SegmentListResolver::resolveSegmentListWithTopLabel(
     Quor::Ptr<SegmentResolve const> const& topStatus, MplsLabelOperation const& belowTop,
     [[maybe_unused]] MplsLabel topLabel) const {
+    if (!topStatus->viaInfo()) {
+        return Quor::makePtr<SegmentListResolveResult const>(
+            MplsViaSet(), Pooltab::Fib::FecId(), SegmentListResolveError::zeroResolvedLabels);
+    }
     MplsViaSet vias;
     auto error = SegmentListResolveError::noError;
     auto const egress = [&](Mpls::LfibMplsVia const& via, bool overTiLfa, TiLfaLabelSizes sizes) {

@@ -77,7 +77,8 @@ SegmentListSm::SegmentListSm(Quor::Ptr<NotifyingSegmentListCollection const> not
 }
 
 void SegmentListSm::handleInitialized() {
-    initialized_ = true;
+    if (std::exchange(initialized_, true)) return;
+
     markLeftovers();
     backlog_.start("SegmentListSm", [this] { handleTaskRun(); });
     addAllSlsToBacklog();
@@ -90,6 +91,8 @@ void SegmentListSm::handleDel() {
     segmentStatusReactor_.off();
     hardwareReactor_.reset();
     segmentIdToSegmentList_.segmentListDelAll();
+    unusedSegmentListIds_.clear();
+    cleanupPending_ = false;
     segmentListTunnelTable_->entryDelAll();
     segmentListStatus_->statusDelAll();
     exportedSegmentListColl_->segmentListDelAll();

@@ -14,8 +14,8 @@ namespace SrTePolicy {
 
 /// Keeps the status, the tunnel and the exported copy of every live segment list.
 ///
-///   reads   the live lists; SegmentStatus; the TI-LFA tunnels and the hardware's depth, when it
-///   resolves writes  SegmentListStatus.status, the segment-list tunnel table, the exported lists
+///   reads   the live lists; SegmentStatus; the hardware's depth; the TI-LFA tunnels, unwatched
+///   writes  SegmentListStatus.status, the segment-list tunnel table, the exported lists
 ///   runs    in the handler for a new or a dead list, else in its task ("SegmentListSm")
 ///
 /// A tunnel is written before its status says usable, and goes before the status does: what
