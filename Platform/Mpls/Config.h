@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 #include "Platform/Export.h"
@@ -22,6 +24,12 @@ public:
     constexpr std::uint32_t base() const { return base_; }
     constexpr std::uint32_t size() const { return size_; }
     constexpr bool empty() const { return size_ == 0; }
+    /// The last number of the block, which may lie above the labels; 0 when it is empty.
+    constexpr std::uint32_t max() const {
+        constexpr std::uint64_t highest = std::numeric_limits<std::uint32_t>::max();
+        auto const last = std::uint64_t{base_} + size_ - 1;
+        return empty() ? 0 : static_cast<std::uint32_t>(std::min(last, highest));
+    }
     constexpr bool contains(Wirex::MplsLabel label) const {
         return label.value() >= base_ && label.value() - base_ < size_;
     }

@@ -50,6 +50,7 @@ public:
         if (size_ == capacity_) grow(2 * capacity_);
         data()[size_++] = copy;
     }
+    void pop_back() { --size_; }
     /// Keeps its storage.
     void clear() { size_ = 0; }
 
