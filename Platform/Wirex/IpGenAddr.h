@@ -1,8 +1,10 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <string>
@@ -47,8 +49,8 @@ public:
 private:
     std::uint64_t word(std::size_t at) const {
         std::uint64_t value = 0;
-        for (std::size_t i = 0; i < 8; ++i) value = value << 8 | bytes_[at + i];
-        return value;
+        std::memcpy(&value, bytes_.data() + at, sizeof(value));
+        return std::endian::native == std::endian::big ? value : __builtin_bswap64(value);
     }
     AddressFamily family_ = AddressFamily::none;
     Bytes bytes_{};
