@@ -1,55 +1,29 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <memory>
-
 #include "Platform/Keel/DumpContext.h"
 #include "Platform/Quor/DenseMap.h"
-#include "Platform/Quor/OrderedMap.h"
+#include "Platform/Quor/SmallSet.h"
 #include "SrTePolicy/SrTePolicySegmentList.h"
 
 namespace SrTePolicy {
 
-/// Identities of lists in order: a few lie inside the object, many in a tree. Most segments have a
-/// few lists, the popular ones a million.
-class SRTE_EXPORT SegmentListIdSet {
-public:
-    bool empty() const { return count_ == 0 && !many_; }
-    bool has(SegmentListId id) const;
-    void insert(SegmentListId id);
-    void erase(SegmentListId id);
-    void clear();
-
-    template <class F>
-    void forEach(F const& visit) const {
-        for (std::uint32_t i = 0; i < count_; ++i) visit(few_[i]);
-        if (!many_) return;
-        for (auto id = many_->begin(); id; id.next()) visit(id.key());
-    }
-
-private:
-    static constexpr std::uint32_t capacity = 10;
-
-    std::array<SegmentListId, capacity> few_;
-    std::uint32_t count_ = 0;
-    std::unique_ptr<Quor::OrderedSet<SegmentListId>> many_;  // all of them, while there is one
-};
-
 /// The live lists that hold one segment.
 class SRTE_EXPORT SegmentUser {
 public:
+    /// Most segments have two or three lists, the popular ones a million.
+    using SegmentListIds = Quor::SmallSet<SegmentListId, 10>;
+
     explicit SegmentUser(SegmentId id) : segmentId_(id) {}
 
     SegmentId segmentId() const { return segmentId_; }
-    SegmentListIdSet const& segmentListId() const { return segmentListIds_; }
+    SegmentListIds const& segmentListId() const { return segmentListIds_; }
     void segmentListIdIs(SegmentListId id) { segmentListIds_.insert(id); }
     void segmentListIdDel(SegmentListId id) { segmentListIds_.erase(id); }
     void segmentListIdDelAll() { segmentListIds_.clear(); }
 
 private:
     SegmentId segmentId_;
-    SegmentListIdSet segmentListIds_;
+    SegmentListIds segmentListIds_;
 };
 
 /// Finds the lists to resolve again when a segment's status changes. Owned by the segment-list
