@@ -1,0 +1,360 @@
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Platform/Keel/Clock.h"
+#include "SrTePolicy/SrTePolicyCoreDedupTable.h"
+#include "SrTePolicy/SrTePolicySegmentListResolver.h"
+#include "tests/SyslogLines.h"
+#include "tests/TraceLines.h"
+
+namespace SrTePolicy {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Tunnel::TunnelTable::MplsVia;
+using Tunnel::TunnelTable::TiLfaTunnelTable;
+using Tunnel::TunnelTable::TunnelId;
+using Tunnel::TunnelTable::TunnelType;
+using Wirex::IntfId;
+using Wirex::IpGenAddr;
+using Wirex::MplsLabelAction;
+using Action = MplsLabelAction;
+using Error = SegmentListResolveError;
+using Stack = Wirex::BoundedMplsLabelStack;
+
+IpGenAddr const nextHop = IpGenAddr::ipv4(0x0A000001);
+IntfId const et1 = IntfId::physical("Et1");
+
+Quor::Ptr<Routing::Hardware::Status const> depth(std::optional<std::uint8_t> labels) {
+    auto const hw = Quor::makePtr<Routing::Hardware::Status>();
+    hw->maxLabelPushDepth.valueIs(labels);
+    return hw;
+}
+
+TunnelId tiLfa(std::uint64_t index) {
+    return TunnelId::make(TunnelType::tiLfa, index);
+}
+
+TEST(ComputeEgressMplsVia, TheActionDecidesWhatBecomesOfTheLabelsBelowTheTop) {
+    struct Case {
+        char const* name;
+        Action action;
+        Stack own;
+        Stack below;
+        Stack result;
+        IpGenAddr hop = nextHop;
+        IntfId intf = et1;
+        bool overTiLfa = false;
+    };
+    Case const cases[] = {
+        {"swap", Action::swap, {100}, {17, 18}, {100, 17, 18}},
+        {"swap, list of one", Action::swap, {100}, {}, {100}},
+        {"swap to implicit null", Action::swap, {3}, {17, 18}, {3, 17, 18}},
+        {"swap without a label", Action::swap, {}, {17}, {17}},
+        {"swap to nothing", Action::swap, {}, {}, {}},
+        {"push", Action::push, {100, 101}, {17, 18}, {100, 101, 17, 18}},
+        {"push without interface", Action::push, {100}, {17}, {100, 17}, {}, {}},
+        {"push over TI-LFA", Action::push, {100}, {17}, {100, 17}, {}, et1, true},
+        {"pop to an adjacency", Action::pop, {}, {17, 18}, {3}},
+        {"pop to an adjacency, list of one", Action::pop, {}, {}, {3}},
+        {"pop without next hop", Action::pop, {}, {17}, {}, {}, et1},
+        {"pop without interface", Action::pop, {}, {17}, {}, nextHop, {}},
+        {"pop over TI-LFA", Action::pop, {}, {17, 18}, {3}, {}, et1, true},
+        {"pop over TI-LFA into nowhere", Action::pop, {}, {}, {3}, {}, {}, true},
+        {"pop with labels", Action::pop, {100}, {17, 18}, {100}},
+        {"pop with labels over TI-LFA", Action::pop, {100, 101}, {17}, {100, 101}, {}, et1, true},
+        {"no action", Action::none, {}, {17, 18}, {}},
+        {"no action over TI-LFA", Action::none, {}, {17}, {}, {}, et1, true},
+        {"no action, labels", Action::none, {100}, {17, 18}, {100}},
+        {"unknown action", Action(4), {100}, {17}, {100}},
+    };
+    for (auto const& c : cases) {
+        auto error = Error::noError;
+        auto const via = computeEgressMplsVia({c.action, c.own}, c.action, c.below, c.hop, c.intf,
+                                              nullptr, error, c.overTiLfa, {9, 9});
+        EXPECT_EQ(via, (MplsVia{c.hop, c.intf, {c.action, c.result}})) << c.name;
+        EXPECT_EQ(error, c.result.empty() ? Error::zeroResolvedLabels : Error::noError) << c.name;
+    }
+}
+
+TEST(ComputeEgressMplsVia, TheStackAndTheTunnelBelowItFitTheDepthExactly) {
+    struct Case {
+        char const* name;
+        std::optional<std::uint8_t> msd;
+        Stack own;
+        Stack below;
+        TiLfaLabelSizes sizes;
+        Error error;
+        Error before = Error::noError;
+    };
+    Case const cases[] = {
+        {"exact", 4, {100, 101}, {17, 18}, {0, 0}, Error::noError},
+        {"one short", 3, {100, 101}, {17, 18}, {0, 0}, Error::exceedsMsd},
+        {"unknown depth", {}, {100, 101}, {17, 18}, {200, 200}, Error::noError},
+        {"exact over a primary path", 5, {100}, {17, 18}, {2, 0}, Error::noError},
+        {"one short over a primary path", 4, {100}, {17, 18}, {2, 0}, Error::exceedsMsd},
+        {"exact over a backup path", 11, {100}, {17, 18}, {1, 8}, Error::noError},
+        {"one short over a backup path", 10, {100}, {17, 18}, {1, 8}, Error::backupExceedsMsd},
+        {"the primary path comes first", 3, {100}, {17, 18}, {1, 8}, Error::exceedsMsd},
+        {"implicit null counts", 0, {3}, {}, {0, 0}, Error::exceedsMsd},
+        {"nothing on a depth of nothing", 0, {}, {}, {0, 0}, Error::zeroResolvedLabels},
+        {"nothing over deep tunnels", 7, {}, {}, {1, 8}, Error::backupExceedsMsd},
+        {"nothing, unknown depth", {}, {}, {}, {1, 8}, Error::zeroResolvedLabels},
+        {"sizes do not wrap at 256", 255, {100}, {}, {255, 0}, Error::exceedsMsd},
+        {"as many as fit", 255, {100}, {}, {254, 254}, Error::noError},
+        {"an earlier via's error stays",
+         0,
+         {100},
+         {17},
+         {0, 0},
+         Error::backupExceedsMsd,
+         Error::backupExceedsMsd},
+    };
+    for (auto const& c : cases) {
+        auto error = c.before;
+        computeEgressMplsVia({Action::push, c.own}, Action::push, c.below, nextHop, et1,
+                             depth(c.msd), error, false, c.sizes);
+        EXPECT_EQ(error, c.error) << c.name;
+    }
+}
+
+TEST(ComputeEgressMplsViaDeathTest, AStackThatCannotBeExtendedStopsTheAgent) {
+    auto error = Error::noError;
+    auto const pushBelow = [&error](Stack const& own) {
+        return computeEgressMplsVia({Action::push, own}, Action::push, {11, 12, 13, 14, 15, 16, 17},
+                                    nextHop, et1, nullptr, error, false, {0, 0});
+    };
+    EXPECT_EQ(pushBelow({1, 2, 3, 4, 5, 6, 7, 8, 9}).operation.stack.size(), 16u);
+    EXPECT_DEATH(pushBelow({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}),
+                 "res == Wirex::BoundedMplsLabelStackResult::noError_");
+}
+
+TEST(TiLfaLabelSizes, AnImplicitNullThatIsWrittenIsNotSent) {
+    auto const table = Quor::makePtr<TiLfaTunnelTable>();
+    auto const via = [](Action action, Stack const& labels) {
+        return MplsVia{nextHop, et1, {action, labels}};
+    };
+    auto const backup = via(Action::swap, {100, 3});
+    table->entryIs({tiLfa(1), via(Action::push, {100, 101, 102}), backup});
+    table->entryIs({tiLfa(2), via(Action::swap, {3}), std::nullopt});
+    table->entryIs({tiLfa(3), via(Action::pop, {3}), via(Action::push, {3, 100, 101})});
+
+    TraceLines traces("SrTePolicySegmentListResolver");
+    EXPECT_EQ(getTilfaTunnelLabelStackSizes(tiLfa(1), table), TiLfaLabelSizes(3, 1));
+    EXPECT_THAT(traces.take(),
+                ElementsAre("TI-LFA tunnel id: 12-1", "primaryLabelSize: 3 backupLabelSize: 1"));
+    EXPECT_EQ(getTilfaTunnelLabelStackSizes(tiLfa(2), table), TiLfaLabelSizes(0, 0));
+    EXPECT_EQ(getTilfaTunnelLabelStackSizes(tiLfa(3), table), TiLfaLabelSizes(1, 2));
+    EXPECT_EQ(getTilfaTunnelLabelStackSizes(tiLfa(4), table), TiLfaLabelSizes(0, 0));
+}
+
+TEST(MplsViaSet, HoldsEachViaOnceInTheOrderOfContent) {
+    MplsVia const low{nextHop, et1, {Action::swap, {16}}};
+    MplsVia const high{nextHop, et1, {Action::swap, {17}}};
+    MplsViaSet set, other;
+    EXPECT_FALSE(set);
+    for (auto const& via : {high, low, high}) set.viaIs(via);
+    for (auto const& via : {low, high}) other.viaIs(via);
+    EXPECT_EQ(set, other);
+    EXPECT_THAT(set.via(), ElementsAre(low, high));
+    set.viaDel(low);
+    set.viaDel(low);
+    EXPECT_TRUE(set);
+    EXPECT_THAT(set.via(), ElementsAre(high));
+    set.viaDelAll();
+    EXPECT_FALSE(set);
+    EXPECT_DEATH(MplsViaSet::fromString(""),
+                 "!\"No String constructor for MplsViaSet - has collection\"");
+}
+
+// Resolves lists over records of the top segment that the tests write themselves.
+class SegmentListResolverTest : public testing::Test {
+protected:
+    SegmentListResolverTest() { Keel::activityClockIs(&clock); }
+
+    Quor::Ptr<SegmentList const> list(std::vector<std::uint32_t> const& labels,
+                                      std::uint64_t distinguisher = DistinguisherId::policyList) {
+        Wirex::MplsLabelOperation operation;
+        for (auto const label : labels) operation.stack.append(Wirex::MplsLabel(label));
+        return tables->segmentList(operation, PolicyId(), DistinguisherId(distinguisher));
+    }
+    void top(SegmentList const& of, Quor::Ptr<SegmentViaInfo const> const& viaInfo,
+             bool overTiLfa = false) {
+        auto const record = Quor::makePtr<SegmentResolve>(of.segment(0)->segmentId(), viaInfo);
+        record->resolvedOverTiLfaIs(overTiLfa);
+        status->statusIs(record);
+    }
+    static Quor::Ptr<SegmentViaInfo const> over(std::vector<Mpls::LfibMplsVia> const& vias) {
+        auto const viaInfo = segmentViaInfoFactory(Mpls::LfibViaType::mpls);
+        Mpls::LfibViaSet set;
+        std::uint32_t index = 0;
+        for (auto const& via : vias) viaInfo->mplsViaIs(set.key(index++), via);
+        return viaInfo;
+    }
+    static Quor::Ptr<SegmentViaInfo const> over(std::uint64_t fecId, Action action) {
+        auto const viaInfo = segmentViaInfoFactory(Mpls::LfibViaType::extFec);
+        viaInfo->extFecViaIs({{}, Pooltab::Fib::FecId(fecId), action, {}});
+        return viaInfo;
+    }
+    Quor::Ptr<SegmentListResolveResult const> resolve(SegmentList const& resolved) const {
+        return SegmentListResolver(status, tiLfaTunnels, hw).resolveSegmentList(resolved);
+    }
+    // "error: INTF(LABELS) ..."
+    std::string resolved(SegmentList const& of) const {
+        auto const res = resolve(of);
+        if (!res) return "none";
+        auto text = std::to_string(static_cast<int>(res->error)) + ":";
+        for (auto const& via : res->mplsViaSet.via()) {
+            text += " " + via.intf.stringValue() + "(";
+            for (std::size_t i = 0; i < via.operation.stack.size(); ++i) {
+                text += (i ? " " : "") + via.operation.stack.label(i).stringValue();
+            }
+            text += ")";
+        }
+        return res->externalFecId.isNone() ? text : text + " " + res->externalFecId.stringValue();
+    }
+
+    Keel::VirtualClock clock;
+    Quor::Ptr<CoreDedupTables> tables = coreDedupTablesFactory();
+    Quor::Ptr<SegmentStatus> status = segmentStatusFactory();
+    Quor::Ptr<TiLfaTunnelTable> tiLfaTunnels = Quor::makePtr<TiLfaTunnelTable>();
+    Quor::Ptr<Routing::Hardware::Status const> hw;
+};
+
+Mpls::LfibMplsVia push(char const* intf, Stack const& labels) {
+    return {nextHop, IntfId::physical(intf), {Action::push, labels}};
+}
+Mpls::LfibMplsVia pushOver(TunnelId tunnel, Stack const& labels) {
+    return {{}, IntfId::dynamicTunnel(tunnel.value()), {Action::push, labels}};
+}
+
+TEST_F(SegmentListResolverTest, TheTopGivesTheViasAndTheRestGoesBelow) {
+    auto const three = list({16, 17, 18});
+    EXPECT_EQ(resolved(*three), "none") << "no record of the top";
+    EXPECT_EQ(resolved(*list({})), "none");
+
+    top(*three, over({push("Et2", {100}), push("Et1", {}), push("Et2", {100})}));
+    TraceLines traces("SrTePolicySegmentListResolver");
+    EXPECT_EQ(resolved(*three), "1: Et1(17 18) Et2(100 17 18)") << "each via once, in order";
+    EXPECT_THAT(
+        traces.take(),
+        ElementsAre("No. of vias 3", "IntfId new : Et2", "Appending topLabels TOP ( 17 18 ) BOTTOM",
+                    "IntfId new : Et1", "Appending topLabels TOP ( 17 18 ) BOTTOM",
+                    "IntfId new : Et2", "Appending topLabels TOP ( 17 18 ) BOTTOM"));
+    top(*three, over({Mpls::LfibMplsVia{nextHop, et1, {Action::pop, {}}}}));
+    EXPECT_EQ(resolved(*three), "1: Et1(3)");
+    EXPECT_THAT(traces.take(), ElementsAre("No. of vias 1", "IntfId new : Et1",
+                                           "Adjacency MplsVia hop 10.0.0.1 intfId Et1"));
+}
+
+TEST_F(SegmentListResolverTest, WithoutAViaOrALabelThereAreZeroResolvedLabels) {
+    auto const one = list({16});
+    top(*one, over({}));
+    EXPECT_EQ(resolved(*one), "2:");
+    top(*one, nullptr);
+    EXPECT_EQ(resolved(*one), "2:");
+    top(*one, segmentViaInfoFactory(Mpls::LfibViaType(3)));
+    EXPECT_EQ(resolved(*one), "2:");
+    top(*one, over({Mpls::LfibMplsVia{{}, et1, {Action::pop, {}}}}));
+    EXPECT_EQ(resolved(*one), "2: Et1()");
+}
+
+TEST_F(SegmentListResolverTest, OnlyListsOfPoliciesRideOnAProtectedTop) {
+    auto const ofPolicy = list({16, 17});
+    auto const ofNextHop = list({16, 17}, 5);
+    top(*ofPolicy, over({pushOver(tiLfa(1), {100})}), true);
+    EXPECT_EQ(resolved(*ofPolicy), "1: tunnel 12-1(100 17)");
+    EXPECT_EQ(resolved(*ofNextHop), "none");
+    top(*ofPolicy, over({push("Et1", {100})}));
+    EXPECT_EQ(resolved(*ofNextHop), "1: Et1(100 17)");
+}
+
+TEST_F(SegmentListResolverTest, TheFirstViaThatDoesNotFitNamesTheError) {
+    MplsVia const shallow{nextHop, et1, {Action::push, {200}}};
+    MplsVia const deep{nextHop, et1, {Action::push, {200, 201, 202, 203, 204, 205, 206, 207}}};
+    tiLfaTunnels->entryIs({tiLfa(1), shallow, deep});
+    tiLfaTunnels->entryIs({tiLfa(2), deep, shallow});
+    auto const three = list({16, 17, 18});
+    hw = depth(10);
+
+    top(*three, over({push("Et1", {100, 101})}));
+    EXPECT_EQ(resolve(*three)->error, Error::noError);
+    top(*three, over({pushOver(tiLfa(1), {100, 101})}), true);
+    EXPECT_EQ(resolved(*three), "5: tunnel 12-1(100 101 17 18)")
+        << "the vias are built all the same";
+    top(*three, over({pushOver(tiLfa(2), {100, 101}), pushOver(tiLfa(1), {100, 101})}), true);
+    EXPECT_EQ(resolve(*three)->error, Error::exceedsMsd);
+    top(*three,
+        over({push("Et1", {}), pushOver(tiLfa(1), {100, 101}), pushOver(tiLfa(2), {100, 101})}),
+        true);
+    EXPECT_EQ(resolve(*three)->error, Error::backupExceedsMsd);
+}
+
+TEST_F(SegmentListResolverTest, AnExternalFecIsOneViaThatKnowsTheFec) {
+    constexpr std::uint64_t plain = 0x0100000000000007;
+    auto const tunnel = 0x0600000000000000 | tiLfa(9).value();
+    auto const two = list({16, 17});
+    top(*two, over(plain, Action::swap));
+    EXPECT_EQ(resolved(*two), "1: (17) 0x0100000000000007");
+    EXPECT_EQ(resolved(*list({16})), "2: () 0x0100000000000007");
+    top(*two, over(plain, Action::pop));
+    EXPECT_EQ(resolved(*two), "2: () 0x0100000000000007");
+    top(*two, over(tunnel, Action::pop), true);
+    EXPECT_EQ(resolved(*two), "1: (3) 0x0600c00000000009");
+    top(*two, over(0, Action::none));
+    EXPECT_EQ(resolved(*two), "2: ()") << "a FEC that cannot be resolved over";
+
+    MplsVia const deep{nextHop, et1, {Action::push, {200, 201, 202}}};
+    tiLfaTunnels->entryIs({tiLfa(9), deep, std::nullopt});
+    top(*two, over(tunnel, Action::swap), true);
+    hw = depth(4);
+    EXPECT_EQ(resolve(*two)->error, Error::noError);
+    hw = depth(3);
+    EXPECT_EQ(resolve(*two)->error, Error::exceedsMsd);
+}
+
+TEST_F(SegmentListResolverTest, WhatExceedsTheDepthIsLoggedOnceASecond) {
+    list({15});
+    auto const two = list({16, 17});
+    SegmentListResolver const resolver(status, tiLfaTunnels, depth(10));
+    SyslogLines syslog;
+    TraceLines traces("SrTePolicySegmentListResolver");
+    auto const report = [&](Error error) {
+        auto const res = Quor::makePtr<SegmentListResolveResult const>(
+            MplsViaSet(), Pooltab::Fib::FecId(), error);
+        resolver.traceAndSyslogSegmentListResolveError(*two, res);
+    };
+    auto const exceeds =
+        "SRTE_RESOLVED_SEGMENT_LIST_INVALID_EXCEEDS_MSD: Resolved segment list "
+        "(ID 2) exceeds maximum supported hardware label push stack depth (10), "
+        "was configured with labels [ 16 17 ]";
+    auto const backupExceeds =
+        "SRTE_RESOLVED_SEGMENT_LIST_BACKUP_EXCEEDS_MSD: Resolved segment list (ID 2) for the "
+        "backup path exceeds the maximum supported hardware label push stack depth (10), was "
+        "configured with labels [ 16 17 ]";
+
+    for (auto const error : {Error::noError, Error::zeroResolvedLabels, Error::exceedsMsd,
+                             Error::backupExceedsMsd, Error::exceedsMsd}) {
+        report(error);
+    }
+    auto const text = "segmentListId: 2, size: 2, segmentIds: 2 3";
+    EXPECT_THAT(traces.take(), ElementsAre(std::string("0 resolved labels for:") + text,
+                                           std::string("MSD (10) exceeded for: ") + text,
+                                           std::string("MSD (10) exceeded for backup of: ") + text,
+                                           std::string("MSD (10) exceeded for: ") + text));
+    EXPECT_THAT(syslog.take(), ElementsAre(exceeds, backupExceeds));
+    clock.advance(0.9);
+    report(Error::exceedsMsd);
+    EXPECT_THAT(syslog.take(), IsEmpty());
+    clock.advance(0.1);
+    report(Error::exceedsMsd);
+    EXPECT_THAT(syslog.take(), ElementsAre(exceeds));
+
+    EXPECT_DEATH(resolver.traceAndSyslogSegmentListResolveError(*two, nullptr), ": res");
+}
+
+}  // namespace
+}  // namespace SrTePolicy
