@@ -4,18 +4,31 @@
 
 namespace SrTePolicy {
 
+void BindingSidUser::dumpState(Keel::DumpContext& ctx, int indentCount) const {
+    ctx.print("%*cbsid: %u available: %d policies #%u\n", indentCount, ' ', bsid_.value(),
+              available_ ? 1 : 0, static_cast<unsigned>(policyIds_.size()));
+    policyIds_.forEach([&ctx, indentCount](PolicyId const& id) {
+        ctx.print("%*c%s\n", indentCount + 2, ' ', id.stringValue().c_str());
+    });
+}
+
 BindingSidUsers::BindingSidUsers(Quor::Ptr<Mpls::LfibStatus const> lfib,
                                  Quor::Ptr<Mpls::LfibTrackingStatus const> lfibTrackingStatus)
     : lfib_(std::move(lfib)), lfibTrackingStatus_(std::move(lfibTrackingStatus)) {}
 
-void BindingSidUsers::registerUser(Wirex::MplsLabel bsid, PolicyId const& policyId) {
+Quor::Subject<Mpls::RouteKey> const& BindingSidUsers::routeSubject() const {
+    if (lfibTrackingStatus_) return lfibTrackingStatus_->changed();
+    return lfib_->rows();
+}
+
+void BindingSidUsers::policyIdIs(Wirex::MplsLabel bsid, PolicyId const& policyId) {
     if (bsid.isNull()) return;
     auto const [user, isNew] = users_.tryEmplace(bsid, bsid);
     if (isNew) user->availableIs(isLabelAvailableInLfib(bsid));
     user->policyIdIs(policyId);
 }
 
-void BindingSidUsers::deregisterUser(Wirex::MplsLabel bsid, PolicyId const& policyId) {
+void BindingSidUsers::policyIdDel(Wirex::MplsLabel bsid, PolicyId const& policyId) {
     if (bsid.isNull()) return;
     auto* const user = users_.find(bsid);
     if (!user) return;
@@ -34,21 +47,12 @@ BindingSidUser const* BindingSidUsers::recheck(Wirex::MplsLabel bsid) {
 
 bool BindingSidUsers::isLabelAvailableInLfib(Wirex::MplsLabel label) const {
     auto const key = Mpls::RouteKey::fromLabel(label);
-    auto route = lfibTrackingStatus_ ? lfibTrackingStatus_->route(key) : Mpls::LfibRoute();
-    if (route == Mpls::LfibRoute()) route = lfib_->route(key);
+    auto const route = lfibTrackingStatus_ ? lfibTrackingStatus_->route(key) : lfib_->route(key);
     return route == Mpls::LfibRoute() || route.source == Mpls::LFib::Source::srTePolicy;
 }
 
 void BindingSidUsers::dumpState(Keel::DumpContext& ctx, int indentCount) const {
-    for (auto row = users_.begin(); row; row.next()) {
-        auto const& user = row.value();
-        ctx.print("%*cbsid: %u available: %d policies #%u\n", indentCount, ' ',
-                  user.bsid().value(), user.available() ? 1 : 0,
-                  static_cast<unsigned>(user.policyId().size()));
-        user.policyId().forEach([&ctx, indentCount](PolicyId const& id) {
-            ctx.print("%*c%s\n", indentCount + 2, ' ', id.stringValue().c_str());
-        });
-    }
+    for (auto row = users_.begin(); row; row.next()) row.value().dumpState(ctx, indentCount);
 }
 
 }  // namespace SrTePolicy

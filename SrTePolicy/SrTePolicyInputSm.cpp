@@ -1,6 +1,7 @@
 #include "SrTePolicy/SrTePolicyInputSm.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "Platform/Fastlog/Trace.h"
@@ -12,41 +13,43 @@ namespace {
 
 Fastlog::Facility traceFacility("SrTePolicyInputSm");
 
-constexpr char srlbName[] = "srlb";
+constexpr char const* srlbName = "srlb";
 
 void addProtocol(Protocol protocol) {
     auto& protocols = policyInputProtocols();
-    if (std::find(protocols.begin(), protocols.end(), protocol) == protocols.end()) {
-        protocols.push_back(protocol);
-    }
+    if (std::ranges::find(protocols, protocol) == protocols.end()) protocols.push_back(protocol);
 }
 
-// A stack that no segment list can hold, or a label that no packet can carry.
-bool isUnusable(WeightedLabels const& list) {
+// Whether interning the list cannot fail, and packets can carry its labels.
+bool isInternable(WeightedLabels const& list) {
     auto const& stack = list.labels.stack;
-    if (stack.size() > SegmentList::maxSize) return true;
+    if (stack.size() > SegmentList::maxSize) return false;
     for (std::size_t i = 0; i < stack.size(); ++i) {
-        if (!stack.label(i).isReal()) return true;
+        if (!stack.label(i).isReal()) return false;
     }
-    return false;
+    return true;
 }
 
-bool names(std::vector<WeightedSegmentListId> const& lists, SegmentListId id) {
-    return std::any_of(lists.begin(), lists.end(),
-                       [id](auto const& list) { return list.segmentListId == id; });
+bool isRewrite(PolicyIdEntry const& before, PolicyIdEntry const& after) {
+    return before.bindingSid != after.bindingSid || before.enlp != after.enlp ||
+           before.wSegmentList != after.wSegmentList;
 }
 
-// The identities that `before` names and `after` does not, each once.
-std::vector<SegmentListId> dropped(std::vector<WeightedSegmentListId> const& before,
-                                   std::vector<WeightedSegmentListId> const& after) {
+// In order, each once.
+std::vector<SegmentListId> listIds(PolicyIdEntry const& entry) {
     std::vector<SegmentListId> ids;
-    for (auto const& list : before) {
-        auto const id = list.segmentListId;
-        if (!names(after, id) && std::find(ids.begin(), ids.end(), id) == ids.end()) {
-            ids.push_back(id);
-        }
-    }
+    ids.reserve(entry.wSegmentList.size());
+    for (auto const& list : entry.wSegmentList) ids.push_back(list.segmentListId);
+    std::ranges::sort(ids);
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
     return ids;
+}
+
+std::vector<SegmentListId> droppedListIds(PolicyIdEntry const& before, PolicyIdEntry const& after) {
+    std::vector<SegmentListId> dropped;
+    if (before.wSegmentList == after.wSegmentList) return dropped;
+    std::ranges::set_difference(listIds(before), listIds(after), std::back_inserter(dropped));
+    return dropped;
 }
 
 }  // namespace
@@ -56,11 +59,10 @@ std::vector<Protocol>& policyInputProtocols() {
     return protocols;
 }
 
-PolicyInputSm::Source::Source(PolicyInputSm* self, Quor::Ptr<PolicyInput const> source)
-    : input(std::move(source)),
-      reactor(input->policyInputEntry(), self, [](PolicyInputSm& machine, PolicyId const& id) {
-          machine.handlePolicyEntry(id);
-      }) {}
+PolicyInputSm::Source::Source(Quor::Ptr<PolicyInput const> observed, PolicyInputSm* self)
+    : input(std::move(observed)),
+      reactor(input->policyInputEntry(), self,
+              [](PolicyInputSm& sm, PolicyId const& id) { sm.handlePolicyEntry(id); }) {}
 
 PolicyInputSm::PolicyInputSm(Quor::Ptr<Config const> config,
                              Quor::Ptr<PolicyInputSource const> input,
@@ -72,7 +74,7 @@ PolicyInputSm::PolicyInputSm(Quor::Ptr<Config const> config,
                              Quor::Ptr<SegmentListIdToPolicyMap> segmentListIdToPolicyMap,
                              Quor::Ptr<PolicyKeyToIdMap> policyKeyToIdMap,
                              Quor::Ptr<Keel::TaskScheduler> taskScheduler,
-                             Quor::Ptr<Keel::FieldlogSm> fieldlogSm)
+                             Quor::Ptr<Keel::FieldlogSm const> fieldlogSm)
     : config_(std::move(config)),
       input_(std::move(input)),
       mplsConfig_(std::move(mplsConfig)),
@@ -81,20 +83,16 @@ PolicyInputSm::PolicyInputSm(Quor::Ptr<Config const> config,
       segmentListIdToPolicyMap_(std::move(segmentListIdToPolicyMap)),
       policyKeyToIdMap_(std::move(policyKeyToIdMap)),
       taskScheduler_(taskScheduler),
-      bsidUser_(std::move(lfib), lfibTrackingStatus),
+      bsidUser_(std::move(lfib), std::move(lfibTrackingStatus)),
       backlog_(std::move(taskScheduler), std::move(fieldlogSm)),
-      inputReactor_(input_->policyInput(), this,
-                    [](PolicyInputSm& self, Protocol protocol) {
-                        self.handlePolicyInput(protocol);
-                    }),
-      labelRangeReactor_(mplsConfig_->labelRange(), this,
-                         [](PolicyInputSm& self, std::string const& name) {
-                             self.handleLabelRange(name);
-                         }),
-      routeReactor_(lfibTrackingStatus->changed(), this,
-                    [](PolicyInputSm& self, Mpls::RouteKey const& key) {
-                        self.handleLFibRoute(key);
-                    }),
+      inputReactor_(
+          input_->policyInput(), this,
+          [](PolicyInputSm& self, Protocol protocol) { self.handlePolicyInput(protocol); }),
+      labelRangeReactor_(
+          mplsConfig_->labelRange(), this,
+          [](PolicyInputSm& self, std::string const& name) { self.handleLabelRange(name); }),
+      routeReactor_(bsidUser_.routeSubject(), this,
+                    [](PolicyInputSm& self, Mpls::RouteKey key) { self.handleLFibRoute(key); }),
       specifiedBsidOnlyReactor_(
           config_->specifiedBsidOnly, this,
           [](PolicyInputSm& self, std::monostate) { self.handleSpecifiedBsidOnly(); }) {}
@@ -106,9 +104,10 @@ void PolicyInputSm::handleInitialized() {
     backlog_.start("InputSmTask", [this] { handleTaskRun(); });
     addProtocol(Protocol::config);
     addProtocol(Protocol::bgp);
-    readSrlb();
-    auto const& survived = policySelectionInput_->policyIdEntry();
-    for (auto row = survived.begin(); row; row.next()) backlog_.mark(row.key(), true);
+    updateSrlbConfigRange();
+
+    auto const& survivors = policySelectionInput_->policyIdEntry();
+    for (auto row = survivors.begin(); row; row.next()) backlog_.mark(row.key(), true);
     policyKeyToIdMap_->policyDelAll();
     segmentListIdToPolicyMap_->segmentListUserDelAll();
 
@@ -116,7 +115,7 @@ void PolicyInputSm::handleInitialized() {
     for (auto row = inputs.begin(); row; row.next()) policyIs(row.key(), row.value());
     handleSpecifiedBsidOnly();
     handleLFibRoute();
-    if (!backlog_.empty()) backlog_.schedule();
+    schedule();
 }
 
 void PolicyInputSm::handleDel() {
@@ -145,7 +144,8 @@ void PolicyInputSm::handlePolicyInput(Protocol protocol) {
 }
 
 void PolicyInputSm::policyIs(Protocol protocol, Quor::Ptr<PolicyInput const> const& input) {
-    policy_[protocol] = std::make_unique<Source>(this, input);
+    policy_.erase(protocol);
+    policy_.try_emplace(protocol, input, this);
 }
 
 void PolicyInputSm::handleProtocolSource(Protocol protocol) {
@@ -153,15 +153,14 @@ void PolicyInputSm::handleProtocolSource(Protocol protocol) {
 
     SRTE_TRACE(8, "Source change: add new policies");
     if (auto const source = policy_.find(protocol); source != policy_.end()) {
-        auto const& entries = source->second->input->policyInputEntry();
-        for (auto row = entries.begin(); row; row.next()) backlog_.mark(row.key(), true);
+        markEntries(*source->second.input, true);
     }
     SRTE_TRACE(8, "Source change: cleanup of stale policies");
     auto const& held = policyKeyToIdMap_->candidate();
     for (auto row = held.begin(); row; row.next()) {
         if (row.key().candidate.protocol == protocol) backlog_.mark(row.key(), true);
     }
-    backlog_.schedule();
+    schedule();
 }
 
 void PolicyInputSm::handlePolicyEntry(PolicyId const& policyId) {
@@ -175,21 +174,18 @@ void PolicyInputSm::handleLabelRange(std::string const& name) {
     if (!initialized_ || name != srlbName) return;
 
     SRTE_TRACE(8, "SRLB Range has changed");
-    readSrlb();
-    for (auto const& [protocol, source] : policy_) {
-        auto const& entries = source->input->policyInputEntry();
-        for (auto row = entries.begin(); row; row.next()) backlog_.mark(row.key(), false);
-    }
-    backlog_.schedule();
+    updateSrlbConfigRange();
+    for (auto const& [protocol, source] : policy_) markEntries(*source.input, false);
+    schedule();
 }
 
-// Without a range every binding SID is out of range.
-void PolicyInputSm::readSrlb() {
+// A range without labels is no range, whatever its base.
+void PolicyInputSm::updateSrlbConfigRange() {
     auto const* const range = mplsConfig_->labelRange(srlbName);
-    srlbConfigRange_ = range ? *range : Mpls::LabelRange();
+    srlbConfigRange_ = range && !range->empty() ? *range : Mpls::LabelRange();
 }
 
-void PolicyInputSm::handleLFibRoute(Mpls::RouteKey const& routeKey) {
+void PolicyInputSm::handleLFibRoute(Mpls::RouteKey routeKey) {
     if (!initialized_) return;
 
     if (auto const* const user = bsidUser_.recheck(routeKey.topLabel())) markUsers(*user);
@@ -201,104 +197,102 @@ void PolicyInputSm::handleLFibRoute() {
     bsidUser_.recheckAll([this](BindingSidUser const& user) { markUsers(user); });
 }
 
-// A candidate that is pending already keeps what it is pending for.
-void PolicyInputSm::markUsers(BindingSidUser const& user) {
-    user.policyId().forEach([this](PolicyId const& id) { backlog_.mark(id, false); });
-    backlog_.schedule();
-}
-
+// The configured and the learned policies first; the others are read again all the same.
 void PolicyInputSm::handleSpecifiedBsidOnly() {
     if (!initialized_) return;
 
-    auto const& protocols = policyInputProtocols();
-    for (auto const protocol : protocols) handleProtocolSource(protocol);
+    auto const& first = policyInputProtocols();
+    for (auto const protocol : first) handleProtocolSource(protocol);
     for (auto const& [protocol, source] : policy_) {
-        if (std::find(protocols.begin(), protocols.end(), protocol) == protocols.end()) {
-            handleProtocolSource(protocol);
-        }
+        if (std::ranges::find(first, protocol) == first.end()) handleProtocolSource(protocol);
     }
+}
+
+void PolicyInputSm::markEntries(PolicyInput const& input, bool changed) {
+    auto const& entries = input.policyInputEntry();
+    for (auto row = entries.begin(); row; row.next()) backlog_.mark(row.key(), changed);
+}
+
+void PolicyInputSm::markUsers(BindingSidUser const& user) {
+    SRTE_TRACE(8, "handleLFibRoute: " << user.bsid());
+    user.policyId().forEach([this](PolicyId const& id) { backlog_.mark(id, false); });
+    schedule();
+}
+
+void PolicyInputSm::schedule() {
+    if (!backlog_.empty()) backlog_.schedule();
 }
 
 void PolicyInputSm::handleTaskRun() {
     if (!initialized_) return;
 
     auto const run = backlog_.drain(
-        [this](PolicyId const& id, bool changed) { processPolicyEntry(id, changed); },
-        [](PolicyId const& id, Quor::RangeError const& error) {
-            SRTE_TRACE(6, "handleTaskRun: " << id << ": " << error.what());
+        [this](PolicyId const& policyId, bool changed) {
+            processPolicyEntry(policyId, changed, Siblings::first);
+        },
+        [](PolicyId const& policyId, Quor::RangeError const& error) {
+            SRTE_TRACE(6, "handleTaskRun: " << policyId << ": " << error.what());
         },
         [](PolicyId const&) {});
-    SRTE_TRACE(9, "Processed " << run.count << " input policy entries, delay task: "
-                               << run.delayed);
+    SRTE_TRACE(9,
+               "Processed " << run.count << " input policy entries, delay task: " << run.delayed);
 }
 
-// Before a candidate leaves the selection input, what else waits for its policy is looked at: two
-// candidates that swap roles in one burst never leave the policy without any.
-void PolicyInputSm::processPolicyEntry(PolicyId const& policyId, bool changed) {
-    auto const first = updateCandidate(policyId, changed);
-    if (!first) return;
-    std::vector<Departure> departures{*first};
-    auto const& pending = backlog_.pending();
-    PolicyId id;
-    for (bool more = pending.atOrAfter(PolicyId::lowest(policyId.key), id);
-         more && id.key == policyId.key; more = pending.after(id, id)) {
-        auto const flag = backlog_.take(id);
-        if (auto const departure = updateCandidate(id, *flag)) departures.push_back(*departure);
-    }
-    for (auto const& departure : departures) depart(departure);
-}
-
-// All but the removal of an unusable candidate from the selection input.
-std::optional<PolicyInputSm::Departure> PolicyInputSm::updateCandidate(PolicyId const& policyId,
-                                                                       bool changed) {
+void PolicyInputSm::processPolicyEntry(PolicyId const& policyId, bool changed, Siblings siblings) {
     SRTE_TRACE(8, "Processing policy entry: " << policyId);
-    // Nobody writes a source from inside a machine: the entry stays where it is.
-    auto const* const entry = sourceEntry(policyId);
+    auto const remove = [&] {
+        if (siblings == Siblings::first) processPendingSiblings(policyId);
+        deletePolicyIdEntry(policyId);
+    };
+    auto const* const entry = inputEntry(policyId);
     if (!entry) {
         deregisterForBindingSid(getBindingSidOfPolicy(policyId), policyId);
         deleteFromPolicyKeyToIdMap(policyId.key, policyId.candidate);
-        return Departure{policyId, changed, std::nullopt, {}};
+        remove();
+        return;
     }
-    registerForBindingSid(entry->bindingSid, policyId);
+    auto const bindingSid = entry->bindingSid;
+    registerForBindingSid(bindingSid, policyId);
     auto const reason = isPolicyEntryValid(*entry);
     if (reason != PolicyInvalidReason::usable) {
-        return Departure{policyId, changed, reason, entry->bindingSid};
+        remove();
+    } else if (changed || !policySelectionInput_->policyIdEntry(policyId)) {
+        addOrUpdatePolicyIdEntry(PolicyInputEntry(*entry));
     }
-    // Nothing but the verdict of a candidate that did not change can have become another one.
-    if (changed || !policySelectionInput_->policyIdEntry(policyId)) {
-        addOrUpdatePolicyIdEntry(*entry);
-    }
-    addInPolicyKeyToIdMap(policyId.key, policyId.candidate, changed, reason, entry->bindingSid);
-    return std::nullopt;
+    addInPolicyKeyToIdMap(policyId.key, policyId.candidate, changed, reason, bindingSid);
 }
 
-void PolicyInputSm::depart(Departure const& departure) {
-    auto const& id = departure.policyId;
-    deletePolicyIdEntry(id);
-    if (departure.reason) {
-        addInPolicyKeyToIdMap(id.key, id.candidate, departure.changed, *departure.reason,
-                              departure.bindingSid);
+// Selection may run between two runs of this task. Were a candidate gone before its successor has
+// come, it would withdraw the policy.
+void PolicyInputSm::processPendingSiblings(PolicyId const& policyId) {
+    if (!policySelectionInput_->policyIdEntry(policyId)) return;
+    auto const& key = policyId.key;
+    auto const& pending = backlog_.pending();
+    PolicyId id;
+    for (bool more = pending.atOrAfter(PolicyId::lowest(key), id); more && id.key == key;
+         more = pending.after(id, id)) {
+        if (auto const changed = backlog_.take(id)) {
+            processPolicyEntry(id, *changed, Siblings::done);
+        }
     }
 }
 
 // Null when the source of the id's protocol holds no such candidate.
-PolicyInputEntry const* PolicyInputSm::sourceEntry(PolicyId const& policyId) const {
+PolicyInputEntry const* PolicyInputSm::inputEntry(PolicyId const& policyId) const {
     auto const source = policy_.find(policyId.candidate.protocol);
     if (source == policy_.end()) return nullptr;
-    auto const* const entry = source->second->input->policyInputEntry(policyId);
+    auto const* const entry = source->second.input->policyInputEntry(policyId);
     return entry && *entry != PolicyInputEntry(policyId) ? entry : nullptr;
 }
 
 PolicyInvalidReason PolicyInputSm::isPolicyEntryValid(PolicyInputEntry const& entry) const {
     auto reason = bindingSidVerdict(entry.bindingSid);
     auto const& lists = entry.segmentList;
-    if (lists.empty() || (reason == PolicyInvalidReason::usable &&
-                          std::any_of(lists.begin(), lists.end(), isUnusable))) {
+    bool const bsidValid = reason == PolicyInvalidReason::usable;
+    if (lists.empty() || (bsidValid && !std::ranges::all_of(lists, isInternable))) {
         reason = PolicyInvalidReason::noSegmentLists;
     }
-    if (reason != PolicyInvalidReason::usable) {
-        emitInvalidPolicySyslog(entry, reason, srlbConfigRange_);
-    }
+    emitInvalidPolicySyslog(entry, reason, srlbConfigRange_);
     return reason;
 }
 
@@ -307,40 +301,27 @@ PolicyInvalidReason PolicyInputSm::bindingSidVerdict(Wirex::MplsLabel bindingSid
         return config_->specifiedBsidOnly() ? PolicyInvalidReason::bsidMissing
                                             : PolicyInvalidReason::usable;
     }
-    if (!srlbConfigRange_.contains(bindingSid)) return PolicyInvalidReason::bsidOutOfRange;
+    // The range may reach beyond the labels that packets carry.
+    if (!srlbConfigRange_.contains(bindingSid) || !bindingSid.isReal()) {
+        return PolicyInvalidReason::bsidOutOfRange;
+    }
     auto const* const bsidUserInfo = bsidUser_.bsidUser(bindingSid);
     if (!bsidUserInfo) {
-        SRTE_TRACE(6, "BindingSid: " << bindingSid
-                                     << "is not available in reverse mapping collection");
+        SRTE_TRACE(
+            6, "BindingSid: " << bindingSid << "is not available in reverse mapping collection");
     }
     QUOR_ASSERT(bsidUserInfo, "bsidUserInfo");
     return bsidUserInfo->available() ? PolicyInvalidReason::usable : PolicyInvalidReason::bsidInUse;
 }
 
-void PolicyInputSm::addInPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId,
-                                          bool changed, PolicyInvalidReason reason,
-                                          Wirex::MplsLabel bindingSid) {
-    auto policyInfo = policyKeyToIdMap_->policyIs(key);
-    auto const* const listed = policyInfo.candidate(candidateId);
-    auto const creationTime =
-        listed && !changed ? listed->creationTime : taskScheduler_->clock().systemTime();
-    policyInfo.candidateIs(candidateId, {creationTime, reason, bindingSid});
-}
-
-void PolicyInputSm::deleteFromPolicyKeyToIdMap(PolicyKey const& key,
-                                               CandidateId const& candidateId) {
-    policyKeyToIdMap_->policyIs(key).candidateDel(candidateId);
-}
-
 void PolicyInputSm::registerForBindingSid(Wirex::MplsLabel bindingSid, PolicyId const& policyId) {
     auto const previous = getBindingSidOfPolicy(policyId);
     if (previous != bindingSid) deregisterForBindingSid(previous, policyId);
-    bsidUser_.registerUser(bindingSid, policyId);
+    bsidUser_.policyIdIs(bindingSid, policyId);
 }
 
-void PolicyInputSm::deregisterForBindingSid(Wirex::MplsLabel bindingSid,
-                                            PolicyId const& policyId) {
-    bsidUser_.deregisterUser(bindingSid, policyId);
+void PolicyInputSm::deregisterForBindingSid(Wirex::MplsLabel bindingSid, PolicyId const& policyId) {
+    bsidUser_.policyIdDel(bindingSid, policyId);
 }
 
 Wirex::MplsLabel PolicyInputSm::getBindingSidOfPolicy(PolicyId const& policyId) const {
@@ -348,6 +329,8 @@ Wirex::MplsLabel PolicyInputSm::getBindingSidOfPolicy(PolicyId const& policyId) 
     return info ? info->bindingSid : Wirex::MplsLabel();
 }
 
+// The new lists are registered before the entry names them, and the old ones let go when it no
+// longer does: a list that stays keeps its identity.
 void PolicyInputSm::addOrUpdatePolicyIdEntry(PolicyInputEntry const& entry) {
     auto const& id = entry.policyId;
     PolicyIdEntry next(id, entry.preference, entry.originator);
@@ -355,35 +338,28 @@ void PolicyInputSm::addOrUpdatePolicyIdEntry(PolicyInputEntry const& entry) {
     next.enlp = entry.enlp;
     next.wSegmentList.reserve(entry.segmentList.size());
     for (auto const& [labels, weight] : entry.segmentList) {
-        auto const list = coreDedupTables_->segmentList(labels, id, DistinguisherId());
+        auto const list =
+            coreDedupTables_->segmentList(labels, id, DistinguisherId(DistinguisherId::policyList));
         registerSegmentListForPolicy(list, id);
         next.wSegmentList.push_back({list->segmentListId(), weight});
     }
 
-    auto const* const before = policySelectionInput_->policyIdEntry(id);
-    if (!before) {
-        next.versionInc();
-        policySelectionInput_->policyIdEntryIs(std::move(next));
-        return;
+    std::vector<SegmentListId> dropped;
+    auto const* const previous = policySelectionInput_->policyIdEntry(id);
+    if (previous) {
+        next.version = previous->version;
+        dropped = droppedListIds(*previous, next);
     }
-    next.version = before->version;
-    if (before->bindingSid != next.bindingSid || before->enlp != next.enlp ||
-        before->wSegmentList != next.wSegmentList) {
-        next.versionInc();
-    }
-    for (auto const list : dropped(before->wSegmentList, next.wSegmentList)) {
-        deregisterSegmentListForPolicy(list, id);
-    }
+    if (!previous || isRewrite(*previous, next)) next.versionInc();
     policySelectionInput_->policyIdEntryIs(std::move(next));
+    for (auto const listId : dropped) deregisterSegmentListForPolicy(listId, id);
 }
 
 void PolicyInputSm::deletePolicyIdEntry(PolicyId const& policyId) {
     SRTE_TRACE(8, "Policy Id " << policyId << " will be removed");
     auto const* const entry = policySelectionInput_->policyIdEntry(policyId);
     if (!entry) return;
-    for (auto const list : dropped(entry->wSegmentList, {})) {
-        deregisterSegmentListForPolicy(list, policyId);
-    }
+    for (auto const listId : listIds(*entry)) deregisterSegmentListForPolicy(listId, policyId);
     policySelectionInput_->policyIdEntryDel(policyId);
 }
 
@@ -395,26 +371,39 @@ void PolicyInputSm::registerSegmentListForPolicy(Quor::Ptr<SegmentList const> co
     segmentListIdToPolicyMap_->policyIdIs(id, policyId);
 }
 
-// After a restart the entry may name a list that has no user: the old registrations are gone.
+// A list that only an earlier run registered has no user in this one.
 void PolicyInputSm::deregisterSegmentListForPolicy(SegmentListId segmentListId,
                                                    PolicyId const& policyId) {
     SRTE_TRACE(8, "Removing registration of SegmentList Id: " << segmentListId
                                                               << " for Policy Id: " << policyId);
-    segmentListIdToPolicyMap_->policyIdDel(segmentListId, policyId);
+    if (!segmentListIdToPolicyMap_->policyIdDel(segmentListId, policyId)) return;
     auto const* const user = segmentListIdToPolicyMap_->segmentListUser(segmentListId);
     if (user && user->policyId().empty()) {
         segmentListIdToPolicyMap_->segmentListUserDel(segmentListId);
     }
 }
 
+void PolicyInputSm::addInPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId,
+                                          bool changed, PolicyInvalidReason reason,
+                                          Wirex::MplsLabel bindingSid) {
+    auto policyInfo = policyKeyToIdMap_->policyIs(key);
+    auto const* const listed = changed ? nullptr : policyInfo.candidate(candidateId);
+    auto const time = listed ? listed->creationTime : taskScheduler_->clock().systemTime();
+    policyInfo.candidateIs(candidateId, {time, reason, bindingSid});
+}
+
+void PolicyInputSm::deleteFromPolicyKeyToIdMap(PolicyKey const& key,
+                                               CandidateId const& candidateId) {
+    policyKeyToIdMap_->policyIs(key).candidateDel(candidateId);
+}
+
 void PolicyInputSm::dumpState(Keel::DumpContext& ctx, int indentCount) const {
     ctx.print("%*cTask Dump:\n", indentCount, ' ');
     if (auto const* const task = backlog_.task()) Keel::dumpTaskTimer(ctx, indentCount + 2, *task);
-    auto const& srlb = srlbConfigRange_;
     ctx.print("%*csrlbConfigRange \n", indentCount, ' ');
-    ctx.print("%*csrlbConfigRangeBase: %u\n", indentCount, ' ', srlb.empty() ? 0 : srlb.base());
-    ctx.print("%*csrlbConfigRangeSize: %u\n", indentCount, ' ', srlb.size());
-    ctx.print("%*csrlbConfigRangeMax: %u\n", indentCount, ' ', lastLabel(srlb));
+    ctx.print("%*csrlbConfigRangeBase: %u\n", indentCount, ' ', srlbConfigRange_.base());
+    ctx.print("%*csrlbConfigRangeSize: %u\n", indentCount, ' ', srlbConfigRange_.size());
+    ctx.print("%*csrlbConfigRangeMax: %u\n", indentCount, ' ', srlbConfigRange_.max());
     bsidUser_.dumpState(ctx, indentCount);
 }
 
@@ -426,7 +415,7 @@ Quor::Ptr<PolicyInputSm> policyInputSmFactory(
     Quor::Ptr<CoreDedupTables const> coreDedupTables,
     Quor::Ptr<SegmentListIdToPolicyMap> segmentListIdToPolicyMap,
     Quor::Ptr<PolicyKeyToIdMap> policyKeyToIdMap, Quor::Ptr<Keel::TaskScheduler> taskScheduler,
-    Quor::Ptr<Keel::FieldlogSm> fieldlogSm) {
+    Quor::Ptr<Keel::FieldlogSm const> fieldlogSm) {
     return Quor::makePtr<PolicyInputSm>(
         std::move(config), std::move(input), std::move(mplsConfig), std::move(lfib),
         std::move(lfibTrackingStatus), std::move(policySelectionInput), std::move(coreDedupTables),

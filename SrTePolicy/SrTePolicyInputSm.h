@@ -1,15 +1,12 @@
 #pragma once
 
 #include <map>
-#include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "Platform/Keel/Backlog.h"
 #include "Platform/Keel/DumpContext.h"
 #include "Platform/Mpls/Config.h"
-#include "Platform/Quor/Attribute.h"
 #include "SrTePolicy/SrTePolicyBindingSidUser.h"
 #include "SrTePolicy/SrTePolicyCoreDedupTable.h"
 #include "SrTeTypes/Config.h"
@@ -19,80 +16,80 @@
 
 namespace SrTePolicy {
 
-/// The protocols whose sources every input machine of the process re-reads as a whole, in order. Each puts
-/// in configuration and BGP at its start; the agent may add others.
+/// The protocols whose sources every PolicyInputSm of the process reads again before all others. A
+/// machine's start puts in 30 and 20.
 SRTE_EXPORT std::vector<Protocol>& policyInputProtocols();
 
-/// Turns the candidates of all sources into the selection input.
+/// Judges the candidate paths of every source (RFC 9256, 2.10 and 6.2), hands the valid ones to
+/// selection and keeps their segment lists interned.
 ///
-///   reads   the sources; of Config the specified-BSID flag; the SRLB; the merged LFIB, for who holds
-///           a binding SID
-///   writes  PolicyKeyToIdMap with the verdict on every candidate; PolicySelectionInput with the valid
-///           ones; SegmentListIdToPolicyMap and, through it, the life of the segment lists
-///   runs    in its task ("InputSmTask"), a candidate at a time; handlers only mark
+///   reads   PolicyInputSource and each PolicyInput in it; the label range "srlb" of Mpls::Config;
+///           the routes of the merged LFIB; of Config the specified-BSID flag
+///   writes  PolicyKeyToIdMap, PolicySelectionInput and SegmentListIdToPolicyMap, as their only
+///           writer; segment lists into the dedup tables
+///   runs    in its task ("InputSmTask"); events only mark candidates
 ///
-/// A candidate's lists are interned while it is valid, and only then. New lists are registered before old
-/// ones are let go, so that a list in both keeps its identity. `handleDel` empties selection input, key map
-/// and list users, in this order.
+/// Every list that an entry of PolicySelectionInput names is alive and has the candidate as its
+/// user; between two runs of the task there are no others. When a candidate is about to go, the
+/// other pending ones of its policy are processed first, however the task's time is sliced: a
+/// policy that keeps a valid candidate through a burst of changes keeps one all the time.
 class SRTE_EXPORT PolicyInputSm final : public Quor::PtrInterface {
 public:
     PolicyInputSm(Quor::Ptr<Config const> config, Quor::Ptr<PolicyInputSource const> input,
-                  Quor::Ptr<Mpls::Config const> mplsConfig,
-                  Quor::Ptr<Mpls::LfibStatus const> lfib,
+                  Quor::Ptr<Mpls::Config const> mplsConfig, Quor::Ptr<Mpls::LfibStatus const> lfib,
                   Quor::Ptr<Mpls::LfibTrackingStatus const> lfibTrackingStatus,
                   Quor::Ptr<PolicySelectionInput> policySelectionInput,
                   Quor::Ptr<CoreDedupTables const> coreDedupTables,
                   Quor::Ptr<SegmentListIdToPolicyMap> segmentListIdToPolicyMap,
                   Quor::Ptr<PolicyKeyToIdMap> policyKeyToIdMap,
                   Quor::Ptr<Keel::TaskScheduler> taskScheduler,
-                  Quor::Ptr<Keel::FieldlogSm> fieldlogSm);
+                  Quor::Ptr<Keel::FieldlogSm const> fieldlogSm);
 
+    /// Has every candidate judged anew, those included that only an earlier run knew.
     void handleInitialized();
+    /// Empties PolicySelectionInput, PolicyKeyToIdMap and SegmentListIdToPolicyMap.
     void handleDel();
     bool drained() const { return backlog_.empty(); }
 
     /// A protocol's input came, went or was replaced.
     void handlePolicyInput(Protocol protocol);
+    /// All that the protocol offers, or offered, is to be read again.
     void handleProtocolSource(Protocol protocol);
     void handlePolicyEntry(PolicyId const& policyId);
     void handleLabelRange(std::string const& name);
-    void handleLFibRoute(Mpls::RouteKey const& routeKey);
+    void handleLFibRoute(Mpls::RouteKey routeKey);
     void handleLFibRoute();
     void handleSpecifiedBsidOnly();
     void handleTaskRun();
 
+    /// The verdict on `entry`; the operator hears of a bad one. A binding SID in the SRLB must have
+    /// its user.
+    PolicyInvalidReason isPolicyEntryValid(PolicyInputEntry const& entry) const;
+
     void dumpState(Keel::DumpContext& ctx, int indentCount) const;
 
 private:
-    // A protocol's input, and the reactor on it.
+    // The input of one protocol, observed.
     struct Source {
-        explicit Source(PolicyInputSm* self, Quor::Ptr<PolicyInput const> input);
-        Quor::Ptr<PolicyInput const> input;
+        Source(Quor::Ptr<PolicyInput const> observed, PolicyInputSm* self);
+        Quor::Ptr<PolicyInput const> const input;
         Quor::Reactor<PolicyId> reactor;
     };
-    // A candidate that has to leave the selection input, and its verdict unless its source dropped it.
-    struct Departure {
-        PolicyId policyId;
-        bool changed = false;
-        std::optional<PolicyInvalidReason> reason;
-        Wirex::MplsLabel bindingSid;
-    };
+    // Whether the other pending candidates of the policy still have to come first.
+    enum class Siblings { first, done };
 
     void policyIs(Protocol protocol, Quor::Ptr<PolicyInput const> const& input);
     void policyDel(Protocol protocol) { policy_.erase(protocol); }
-    void readSrlb();
+    void updateSrlbConfigRange();
+    void markEntries(PolicyInput const& input, bool changed);
     void markUsers(BindingSidUser const& user);
-    PolicyInputEntry const* sourceEntry(PolicyId const& policyId) const;
+    void schedule();
 
-    void processPolicyEntry(PolicyId const& policyId, bool changed);
-    std::optional<Departure> updateCandidate(PolicyId const& policyId, bool changed);
-    void depart(Departure const& departure);
-
-    PolicyInvalidReason isPolicyEntryValid(PolicyInputEntry const& entry) const;
+    void processPolicyEntry(PolicyId const& policyId, bool changed, Siblings siblings);
+    void processPendingSiblings(PolicyId const& policyId);
+    PolicyInputEntry const* inputEntry(PolicyId const& policyId) const;
     PolicyInvalidReason bindingSidVerdict(Wirex::MplsLabel bindingSid) const;
-    void addInPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId, bool changed,
-                               PolicyInvalidReason reason, Wirex::MplsLabel bindingSid);
-    void deleteFromPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId);
+
     void registerForBindingSid(Wirex::MplsLabel bindingSid, PolicyId const& policyId);
     void deregisterForBindingSid(Wirex::MplsLabel bindingSid, PolicyId const& policyId);
     Wirex::MplsLabel getBindingSidOfPolicy(PolicyId const& policyId) const;
@@ -102,6 +99,10 @@ private:
     void registerSegmentListForPolicy(Quor::Ptr<SegmentList const> const& segmentList,
                                       PolicyId const& policyId);
     void deregisterSegmentListForPolicy(SegmentListId segmentListId, PolicyId const& policyId);
+
+    void addInPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId, bool changed,
+                               PolicyInvalidReason reason, Wirex::MplsLabel bindingSid);
+    void deleteFromPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId);
 
     Quor::Ptr<Config const> const config_;
     Quor::Ptr<PolicyInputSource const> const input_;
@@ -115,16 +116,18 @@ private:
     bool initialized_ = false;
     Mpls::LabelRange srlbConfigRange_;
     BindingSidUsers bsidUser_;
+    // The flag: the candidate itself changed, so that more than its verdict is in question.
     Keel::Backlog<Keel::PendingKeys<PolicyId>> backlog_;
 
     // Declared last, destroyed first: no event reaches a half-destroyed machine.
-    std::map<Protocol, std::unique_ptr<Source>> policy_;
+    std::map<Protocol, Source> policy_;
     Quor::Reactor<Protocol> inputReactor_;
     Quor::Reactor<std::string> labelRangeReactor_;
     Quor::Reactor<Mpls::RouteKey> routeReactor_;
     Quor::AttributeReactor specifiedBsidOnlyReactor_;
 };
 
+/// `lfib` is the merged LFIB and `lfibTrackingStatus`, which may be null, tells of it.
 SRTE_EXPORT Quor::Ptr<PolicyInputSm> policyInputSmFactory(
     Quor::Ptr<Config const> config, Quor::Ptr<PolicyInputSource const> input,
     Quor::Ptr<Mpls::Config const> mplsConfig, Quor::Ptr<Mpls::LfibStatus const> lfib,
@@ -133,6 +136,6 @@ SRTE_EXPORT Quor::Ptr<PolicyInputSm> policyInputSmFactory(
     Quor::Ptr<CoreDedupTables const> coreDedupTables,
     Quor::Ptr<SegmentListIdToPolicyMap> segmentListIdToPolicyMap,
     Quor::Ptr<PolicyKeyToIdMap> policyKeyToIdMap, Quor::Ptr<Keel::TaskScheduler> taskScheduler,
-    Quor::Ptr<Keel::FieldlogSm> fieldlogSm);
+    Quor::Ptr<Keel::FieldlogSm const> fieldlogSm);
 
 }  // namespace SrTePolicy

@@ -1,39 +1,35 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
+#include "Platform/Quor/InlineVector.h"
 #include "Platform/Quor/OrderedMap.h"
 
 namespace Quor {
 
-/// Keys in order: up to `inlineCapacity` of them lie inside the object, more in a tree. For sets of
-/// which nearly all hold a few keys, and some a million.
-template <class K, std::uint32_t inlineCapacity>
+/// Plain keys in order, for tables that have a set in every row: nearly all of them hold a few keys
+/// (up to `inlineCapacity` lie inside the object), and some a million. A set of more than `few`
+/// keys is a tree.
+template <class K, std::uint32_t inlineCapacity, std::size_t few = 16>
 class SmallSet {
 public:
-    std::size_t size() const { return many_ ? many_->size() : count_; }
+    std::size_t size() const { return many_ ? many_->size() : few_.size(); }
     bool empty() const { return size() == 0; }
     bool has(K const& key) const {
-        if (many_) return many_->has(key);
-        return std::binary_search(few_.begin(), few_.begin() + count_, key);
+        return many_ ? many_->has(key) : std::binary_search(few_.begin(), few_.end(), key);
     }
     /// False when it was there.
     bool insert(K const& key) {
         if (many_) return many_->tryEmplace(key).second;
-        auto* const end = few_.data() + count_;
-        auto* const place = std::lower_bound(few_.data(), end, key);
-        if (place != end && !(key < *place)) return false;
-        if (count_ == inlineCapacity) {
-            spill();
-            return many_->tryEmplace(key).second;
-        }
-        std::copy_backward(place, end, end + 1);
-        *place = key;
-        ++count_;
+        auto const* const place = std::lower_bound(few_.begin(), few_.end(), key);
+        if (place != few_.end() && !(key < *place)) return false;
+        auto const index = place - few_.begin();
+        few_.push_back(key);
+        std::rotate(few_.begin() + index, few_.end() - 1, few_.end());
+        if (few_.size() > few) spill();
         return true;
     }
     /// False when it was not there.
@@ -43,35 +39,33 @@ public:
             if (many_->empty()) many_ = nullptr;
             return erased;
         }
-        auto* const end = few_.data() + count_;
-        auto* const place = std::lower_bound(few_.data(), end, key);
-        if (place == end || key < *place) return false;
-        std::copy(place + 1, end, place);
-        --count_;
+        auto* const place = std::lower_bound(few_.begin(), few_.end(), key);
+        if (place == few_.end() || key < *place) return false;
+        std::copy(place + 1, few_.end(), place);
+        few_.pop_back();
         return true;
     }
     void clear() {
         many_ = nullptr;
-        count_ = 0;
+        few_.clear();
     }
 
     /// In order. The set must not change meanwhile.
     template <class F>
     void forEach(F const& visit) const {
-        for (std::uint32_t i = 0; i < count_; ++i) visit(few_[i]);
+        for (auto const& key : few_) visit(key);
         if (!many_) return;
-        for (auto key = many_->begin(); key; key.next()) visit(key.key());
+        for (auto row = many_->begin(); row; row.next()) visit(row.key());
     }
 
 private:
     void spill() {
         many_ = std::make_unique<OrderedSet<K>>();
         for (auto const& key : few_) many_->tryEmplace(key);
-        count_ = 0;
+        few_ = {};
     }
 
-    std::array<K, inlineCapacity> few_{};
-    std::uint32_t count_ = 0;
+    InlineVector<K, inlineCapacity> few_;
     std::unique_ptr<OrderedSet<K>> many_;  // all of them, while there is one
 };
 
