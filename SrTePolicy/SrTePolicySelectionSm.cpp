@@ -147,9 +147,10 @@ void PolicySelectionSm::handleTaskRun() {
 
 void PolicySelectionSm::processPolicyEntry(PolicyId const& policyId) {
     auto const& key = policyId.key;
-    auto const previous = choice(key);
-    bool previousLeaves = updateCandidate(policyId);
     auto const* policy = ecPolicy_->policy(key);
+    auto const previous = choice(policy);
+    bool previousLeaves = updateCandidate(policyId, policy);
+    policy = ecPolicy_->policy(key);
     if (!policy) return;
     if (previous && (previousLeaves || policy->best() != policy->active())) {
         previousLeaves |= updatePendingCandidates(key);
@@ -159,21 +160,20 @@ void PolicySelectionSm::processPolicyEntry(PolicyId const& policyId) {
         ecPolicy_->policyDel(key);
         return;
     }
-    selectNewActive(key, previous, previousLeaves);
+    selectNewActive(key, *policy, previous, previousLeaves);
     if (previousLeaves) ecPolicy_->candidateDel({key, previous->candidate});
 }
 
-std::optional<PolicySelectionSm::Choice> PolicySelectionSm::choice(PolicyKey const& key) const {
-    auto const* const policy = ecPolicy_->policy(key);
+std::optional<PolicySelectionSm::Choice> PolicySelectionSm::choice(Policy const* policy) {
     auto const* const active = policy ? policy->active() : nullptr;
     if (!active) return std::nullopt;
     return Choice{active->policyId.candidate, active->priority};
 }
 
-// Brings one candidate of the output up to date. Only the active one stays although it has to
-// leave, which is what the result says: its successor must be chosen first.
-bool PolicySelectionSm::updateCandidate(PolicyId const& policyId) {
-    auto const* const policy = ecPolicy_->policy(policyId.key);
+// Brings one candidate of the output up to date, in `policy` unless that has still to be made. Only
+// the active one stays although it has to leave, which is what the result says: its successor must
+// be chosen first.
+bool PolicySelectionSm::updateCandidate(PolicyId const& policyId, Policy const* policy) {
     auto const* const held = policy ? policy->candidate(policyId.candidate) : nullptr;
     SRTE_TRACE(8, "Process policy Id: " << policyId << (held ? " is updated" : " is added"));
 
@@ -197,7 +197,7 @@ bool PolicySelectionSm::updatePendingCandidates(PolicyKey const& key) {
     for (bool more = pending.atOrAfter(PolicyId::lowest(key), id); more && id.key == key;
          more = pending.after(id, id)) {
         backlog_.take(id);
-        activeLeaves |= updateCandidate(id);
+        activeLeaves |= updateCandidate(id, ecPolicy_->policy(key));
     }
     return activeLeaves;
 }
@@ -228,11 +228,11 @@ bool PolicySelectionSm::segListStatusValid(SegmentListId segmentListId, PolicyKe
     return status == SegmentListResolveError::noError;
 }
 
-void PolicySelectionSm::selectNewActive(PolicyKey const& key, std::optional<Choice> const& previous,
+void PolicySelectionSm::selectNewActive(PolicyKey const& key, Policy const& policy,
+                                        std::optional<Choice> const& previous,
                                         bool previousLeaves) {
-    auto const* const policy = ecPolicy_->policy(key);
-    QUOR_ASSERT(policy && !policy->candidates().empty(), "policy->candidates()");
-    auto const& best = *policy->best(previousLeaves ? policy->active() : nullptr);
+    QUOR_ASSERT(!policy.candidates().empty(), "policy->candidates()");
+    auto const& best = *policy.best(previousLeaves ? policy.active() : nullptr);
     if (previous && previous->candidate == best.policyId.candidate &&
         previous->priority == best.priority) {
         SRTE_TRACE(7, "Policy: " << key << ", Pri: [" << best.priority << "] retained as active");

@@ -62,13 +62,13 @@ private:
     void markUsers(SegmentListId segmentListId);
 
     void processPolicyEntry(PolicyId const& policyId);
-    std::optional<Choice> choice(PolicyKey const& key) const;
-    bool updateCandidate(PolicyId const& policyId);
+    static std::optional<Choice> choice(Policy const* policy);
+    bool updateCandidate(PolicyId const& policyId, Policy const* policy);
     bool updatePendingCandidates(PolicyKey const& key);
     PolicyEntry policyEntry(PolicyIdEntry const& idEntry) const;
     bool segListStatusValid(SegmentListId segmentListId, PolicyKey const& key, bool sbfd) const;
-    void selectNewActive(PolicyKey const& key, std::optional<Choice> const& previous,
-                         bool previousLeaves);
+    void selectNewActive(PolicyKey const& key, Policy const& policy,
+                         std::optional<Choice> const& previous, bool previousLeaves);
 
     Quor::Ptr<Config const> const config_;
     Quor::Ptr<PolicySelectionInput const> const policySelectionInput_;
