@@ -1,7 +1,6 @@
 #include "SrTePolicy/SrTePolicyInputSm.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "Platform/Fastlog/Trace.h"
@@ -30,28 +29,6 @@ bool isInternable(WeightedLabels const& list) {
     return true;
 }
 
-bool isRewrite(PolicyIdEntry const& before, PolicyIdEntry const& after) {
-    return before.bindingSid != after.bindingSid || before.enlp != after.enlp ||
-           before.wSegmentList != after.wSegmentList;
-}
-
-// In order, each once.
-std::vector<SegmentListId> listIds(PolicyIdEntry const& entry) {
-    std::vector<SegmentListId> ids;
-    ids.reserve(entry.wSegmentList.size());
-    for (auto const& list : entry.wSegmentList) ids.push_back(list.segmentListId);
-    std::ranges::sort(ids);
-    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-    return ids;
-}
-
-std::vector<SegmentListId> droppedListIds(PolicyIdEntry const& before, PolicyIdEntry const& after) {
-    std::vector<SegmentListId> dropped;
-    if (before.wSegmentList == after.wSegmentList) return dropped;
-    std::ranges::set_difference(listIds(before), listIds(after), std::back_inserter(dropped));
-    return dropped;
-}
-
 }  // namespace
 
 std::vector<Protocol>& policyInputProtocols() {
@@ -78,12 +55,13 @@ PolicyInputSm::PolicyInputSm(Quor::Ptr<Config const> config,
     : config_(std::move(config)),
       input_(std::move(input)),
       mplsConfig_(std::move(mplsConfig)),
-      policySelectionInput_(std::move(policySelectionInput)),
-      coreDedupTables_(std::move(coreDedupTables)),
-      segmentListIdToPolicyMap_(std::move(segmentListIdToPolicyMap)),
+      policySelectionInput_(policySelectionInput),
+      segmentListIdToPolicyMap_(segmentListIdToPolicyMap),
       policyKeyToIdMap_(std::move(policyKeyToIdMap)),
       taskScheduler_(taskScheduler),
       bsidUser_(std::move(lfib), std::move(lfibTrackingStatus)),
+      entryWriter_(std::move(policySelectionInput), std::move(coreDedupTables),
+                   std::move(segmentListIdToPolicyMap)),
       backlog_(std::move(taskScheduler), std::move(fieldlogSm)),
       inputReactor_(
           input_->policyInput(), this,
@@ -242,7 +220,7 @@ void PolicyInputSm::processPolicyEntry(PolicyId const& policyId, bool changed, S
     SRTE_TRACE(8, "Processing policy entry: " << policyId);
     auto const remove = [&] {
         if (siblings == Siblings::first) processPendingSiblings(policyId);
-        deletePolicyIdEntry(policyId);
+        entryWriter_.deletePolicyIdEntry(policyId);
     };
     auto const* const entry = inputEntry(policyId);
     if (!entry) {
@@ -257,7 +235,7 @@ void PolicyInputSm::processPolicyEntry(PolicyId const& policyId, bool changed, S
     if (reason != PolicyInvalidReason::usable) {
         remove();
     } else if (changed || !policySelectionInput_->policyIdEntry(policyId)) {
-        addOrUpdatePolicyIdEntry(PolicyInputEntry(*entry));
+        entryWriter_.addOrUpdatePolicyIdEntry(PolicyInputEntry(*entry));
     }
     addInPolicyKeyToIdMap(policyId.key, policyId.candidate, changed, reason, bindingSid);
 }
@@ -327,60 +305,6 @@ void PolicyInputSm::deregisterForBindingSid(Wirex::MplsLabel bindingSid, PolicyI
 Wirex::MplsLabel PolicyInputSm::getBindingSidOfPolicy(PolicyId const& policyId) const {
     auto const* const info = policyKeyToIdMap_->candidate(policyId);
     return info ? info->bindingSid : Wirex::MplsLabel();
-}
-
-// The new lists are registered before the entry names them, and the old ones let go when it no
-// longer does: a list that stays keeps its identity.
-void PolicyInputSm::addOrUpdatePolicyIdEntry(PolicyInputEntry const& entry) {
-    auto const& id = entry.policyId;
-    PolicyIdEntry next(id, entry.preference, entry.originator);
-    next.bindingSid = entry.bindingSid;
-    next.enlp = entry.enlp;
-    next.wSegmentList.reserve(entry.segmentList.size());
-    for (auto const& [labels, weight] : entry.segmentList) {
-        auto const list =
-            coreDedupTables_->segmentList(labels, id, DistinguisherId(DistinguisherId::policyList));
-        registerSegmentListForPolicy(list, id);
-        next.wSegmentList.push_back({list->segmentListId(), weight});
-    }
-
-    std::vector<SegmentListId> dropped;
-    auto const* const previous = policySelectionInput_->policyIdEntry(id);
-    if (previous) {
-        next.version = previous->version;
-        dropped = droppedListIds(*previous, next);
-    }
-    if (!previous || isRewrite(*previous, next)) next.versionInc();
-    policySelectionInput_->policyIdEntryIs(std::move(next));
-    for (auto const listId : dropped) deregisterSegmentListForPolicy(listId, id);
-}
-
-void PolicyInputSm::deletePolicyIdEntry(PolicyId const& policyId) {
-    SRTE_TRACE(8, "Policy Id " << policyId << " will be removed");
-    auto const* const entry = policySelectionInput_->policyIdEntry(policyId);
-    if (!entry) return;
-    for (auto const listId : listIds(*entry)) deregisterSegmentListForPolicy(listId, policyId);
-    policySelectionInput_->policyIdEntryDel(policyId);
-}
-
-void PolicyInputSm::registerSegmentListForPolicy(Quor::Ptr<SegmentList const> const& segmentList,
-                                                 PolicyId const& policyId) {
-    auto const id = segmentList->segmentListId();
-    SRTE_TRACE(8, "Registration of SegmentList Id: " << id << " for Policy Id: " << policyId);
-    segmentListIdToPolicyMap_->segmentListUserIs(id, segmentList);
-    segmentListIdToPolicyMap_->policyIdIs(id, policyId);
-}
-
-// A list that only an earlier run registered has no user in this one.
-void PolicyInputSm::deregisterSegmentListForPolicy(SegmentListId segmentListId,
-                                                   PolicyId const& policyId) {
-    SRTE_TRACE(8, "Removing registration of SegmentList Id: " << segmentListId
-                                                              << " for Policy Id: " << policyId);
-    if (!segmentListIdToPolicyMap_->policyIdDel(segmentListId, policyId)) return;
-    auto const* const user = segmentListIdToPolicyMap_->segmentListUser(segmentListId);
-    if (user && user->policyId().empty()) {
-        segmentListIdToPolicyMap_->segmentListUserDel(segmentListId);
-    }
 }
 
 void PolicyInputSm::addInPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId,

@@ -9,6 +9,7 @@
 #include "Platform/Mpls/Config.h"
 #include "SrTePolicy/SrTePolicyBindingSidUser.h"
 #include "SrTePolicy/SrTePolicyCoreDedupTable.h"
+#include "SrTePolicy/SrTePolicyIdEntryWriter.h"
 #include "SrTeTypes/Config.h"
 #include "SrTeTypes/PolicyInput.h"
 #include "SrTeTypes/PolicyKeyToIdMap.h"
@@ -29,10 +30,9 @@ SRTE_EXPORT std::vector<Protocol>& policyInputProtocols();
 ///           writer; segment lists into the dedup tables
 ///   runs    in its task ("InputSmTask"); events only mark candidates
 ///
-/// Every list that an entry of PolicySelectionInput names is alive and has the candidate as its
-/// user; between two runs of the task there are no others. When a candidate is about to go, the
-/// other pending ones of its policy are processed first, however the task's time is sliced: a
-/// policy that keeps a valid candidate through a burst of changes keeps one all the time.
+/// When a candidate is about to go, the other pending ones of its policy are processed first,
+/// however the task's time is sliced: a policy that keeps a valid candidate through a burst of
+/// changes keeps one all the time.
 class SRTE_EXPORT PolicyInputSm final : public Quor::PtrInterface {
 public:
     PolicyInputSm(Quor::Ptr<Config const> config, Quor::Ptr<PolicyInputSource const> input,
@@ -94,12 +94,6 @@ private:
     void deregisterForBindingSid(Wirex::MplsLabel bindingSid, PolicyId const& policyId);
     Wirex::MplsLabel getBindingSidOfPolicy(PolicyId const& policyId) const;
 
-    void addOrUpdatePolicyIdEntry(PolicyInputEntry const& entry);
-    void deletePolicyIdEntry(PolicyId const& policyId);
-    void registerSegmentListForPolicy(Quor::Ptr<SegmentList const> const& segmentList,
-                                      PolicyId const& policyId);
-    void deregisterSegmentListForPolicy(SegmentListId segmentListId, PolicyId const& policyId);
-
     void addInPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId, bool changed,
                                PolicyInvalidReason reason, Wirex::MplsLabel bindingSid);
     void deleteFromPolicyKeyToIdMap(PolicyKey const& key, CandidateId const& candidateId);
@@ -108,7 +102,6 @@ private:
     Quor::Ptr<PolicyInputSource const> const input_;
     Quor::Ptr<Mpls::Config const> const mplsConfig_;
     Quor::Ptr<PolicySelectionInput> const policySelectionInput_;
-    Quor::Ptr<CoreDedupTables const> const coreDedupTables_;
     Quor::Ptr<SegmentListIdToPolicyMap> const segmentListIdToPolicyMap_;
     Quor::Ptr<PolicyKeyToIdMap> const policyKeyToIdMap_;
     Quor::Ptr<Keel::TaskScheduler> const taskScheduler_;
@@ -116,6 +109,7 @@ private:
     bool initialized_ = false;
     Mpls::LabelRange srlbConfigRange_;
     BindingSidUsers bsidUser_;
+    PolicyIdEntryWriter entryWriter_;
     // The flag: the candidate itself changed, so that more than its verdict is in question.
     Keel::Backlog<Keel::PendingKeys<PolicyId>> backlog_;
 
