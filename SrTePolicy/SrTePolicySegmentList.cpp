@@ -46,14 +46,13 @@ Quor::Ptr<SegmentList const> SegmentList::createDedup(
     DistinguisherId distinguisherId) {
     auto const size = checkedSize(labels.size());
     Segments segments;
+    segmentTable->prefetch(labels);
     for (std::uint32_t i = 0; i < size; ++i) segments[i] = internSegment(*segmentTable, labels[i]);
 
     // Most calls of a restart or a rewrite find the list: probed before anything is allocated.
     auto const hash = hashOf(segments, policyId, distinguisherId);
     auto* const equal = listTable->dedupHashTable()->lookup(hash, [&](auto const& handle) {
-        auto const& list = static_cast<SegmentList const&>(handle);
-        return list.segment_ == segments && list.distinguisherId_ == distinguisherId &&
-               list.policyId_ == policyId;
+        return static_cast<SegmentList const&>(handle).holds(segments, policyId, distinguisherId);
     });
     if (equal) return static_cast<SegmentList const*>(equal);
 
@@ -114,8 +113,12 @@ bool SegmentList::compare(Keel::DedupHandle const* other) const {
 }
 
 bool SegmentList::segmentListCompare(SegmentList const* other) const {
-    return segment_ == other->segment_ && distinguisherId_ == other->distinguisherId_ &&
-           policyId_ == other->policyId_;
+    return other->holds(segment_, policyId_, distinguisherId_);
+}
+
+bool SegmentList::holds(Segments const& segments, PolicyId const& policyId,
+                        DistinguisherId distinguisherId) const {
+    return segment_ == segments && distinguisherId_ == distinguisherId && policyId_ == policyId;
 }
 
 std::string SegmentList::stringValue() const {
@@ -245,13 +248,6 @@ void SegmentListUser::dumpState(Keel::DumpContext& ctx, int indentCount) const {
     for (auto const& id : policyId()) {
         ctx.print("%*c%s\n", indentCount + 2, ' ', id.stringValue().c_str());
     }
-}
-
-bool operator==(SegmentListUser const& a, SegmentListUser const& b) {
-    auto const left = a.policyId();
-    auto const right = b.policyId();
-    return a.segmentListId_ == b.segmentListId_ && a.segmentList_ == b.segmentList_ &&
-           std::equal(left.begin(), left.end(), right.begin(), right.end());
 }
 
 void SegmentListIdToPolicyMap::segmentListUserIs(SegmentListId id,

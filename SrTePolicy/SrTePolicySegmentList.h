@@ -75,6 +75,8 @@ private:
 
     static std::uint32_t hashOf(Segments const& segments, PolicyId const& policyId,
                                 DistinguisherId distinguisherId);
+    bool holds(Segments const& segments, PolicyId const& policyId,
+               DistinguisherId distinguisherId) const;
 
     SegmentListId segmentListId_;
     std::uint32_t size_ = 0;
@@ -161,9 +163,6 @@ public:
     void policyIdDelAll();
 
     void dumpState(Keel::DumpContext& ctx, int indentCount) const;
-
-    /// By the list and its users.
-    friend bool operator==(SegmentListUser const& a, SegmentListUser const& b);
 
 private:
     SegmentListId segmentListId_;
