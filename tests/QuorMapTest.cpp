@@ -5,14 +5,17 @@
 #include <memory>
 #include <numeric>
 #include <random>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Platform/Quor/DenseMap.h"
+#include "Platform/Quor/InlineVector.h"
 #include "Platform/Quor/NotifyingMap.h"
 #include "Platform/Quor/OrderedMap.h"
 #include "Platform/Quor/Ptr.h"
+#include "Platform/Quor/SmallSet.h"
 
 namespace {
 
@@ -206,6 +209,46 @@ TEST(DenseMapTest, KeysReachToTheEndsOfTheirRange) {
     EXPECT_THAT(keys, testing::ElementsAre(0, 511, 512, last));
     EXPECT_FALSE(map.upperBound(Number(last)));
     EXPECT_TRUE(map.lowerBound(Number(last)));
+}
+
+TEST(SmallSetTest, AgreesWithAnOrdinarySetWhetherFewOrMany) {
+    Quor::SmallSet<int, 2> keys;
+    std::set<int> model;
+    std::mt19937 random(5);
+    for (int step = 0; step < 20000; ++step) {
+        int const key = static_cast<int>(random() % 60);
+        bool const growing = step / 500 % 2 == 0;
+        if (random() % 10 < (growing ? 8 : 2)) {
+            ASSERT_EQ(keys.insert(key), model.insert(key).second);
+        } else {
+            ASSERT_EQ(keys.erase(key), model.erase(key) == 1);
+        }
+        std::vector<int> found;
+        keys.forEach([&found](int each) { found.push_back(each); });
+        ASSERT_TRUE(std::equal(found.begin(), found.end(), model.begin(), model.end()));
+        ASSERT_EQ(keys.size(), model.size());
+        ASSERT_EQ(keys.has(key + 1), model.contains(key + 1));
+    }
+    keys.clear();
+    EXPECT_TRUE(keys.empty());
+}
+
+TEST(InlineVectorTest, IsAValueInsideTheObjectAndOutsideIt) {
+    using Vector = Quor::InlineVector<int, 2>;
+    for (Vector const& original : {Vector{}, Vector{1, 2}, Vector{1, 2, 3, 4, 5}}) {
+        auto copy = original;
+        copy.push_back(9);
+        copy.push_back(copy[0]);
+        EXPECT_EQ(copy.size(), original.size() + 2);
+        EXPECT_NE(copy, original);
+        auto moved = std::move(copy);
+        copy = moved;  // NOLINT(bugprone-use-after-move): a moved one is assigned to
+        EXPECT_EQ(copy, moved);
+        copy = original;
+        EXPECT_EQ(copy, original);
+        moved.clear();
+        EXPECT_EQ(moved, Vector{});
+    }
 }
 
 // Runs a function when it is destroyed.

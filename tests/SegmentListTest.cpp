@@ -60,7 +60,10 @@ TEST_F(SegmentListTest, EqualLabelsOfOneOwnerAreOneList) {
     auto const others = {list({16, 17}, policy(2)), list({17, 16}), list({16}), list({}),
                          list({16, 17}, policy(1), DistinguisherId(7))};
     std::uint32_t id = 2;
-    for (auto const& other : others) EXPECT_EQ(other->segmentListId().value(), id++);
+    for (auto const& other : others) {
+        EXPECT_EQ(other->segmentListId().value(), id++);
+        EXPECT_FALSE(other->compare(first.get()));
+    }
     EXPECT_EQ((*others.begin())->segment(1), first->segment(1)) << "segments are shared";
     EXPECT_EQ(lastSegmentId(), 2u);
 }

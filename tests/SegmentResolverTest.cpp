@@ -16,7 +16,6 @@ using Pooltab::Fib::FecId;
 using Tunnel::TunnelTable::TunnelId;
 using Tunnel::TunnelTable::TunnelType;
 using Wirex::IntfId;
-using State = SegmentResolveState;
 
 using Route = Mpls::ConsolidatedLfibRoute;
 
@@ -30,10 +29,13 @@ Route routeOf(LfibViaType viaType, std::vector<LfibMplsVia> vias = {}) {
 Route routeOver(std::vector<LfibMplsVia> vias) {
     return routeOf(LfibViaType::mpls, std::move(vias));
 }
-Route routeInto(AdjType type, std::uint64_t payload) {
+Route routeInto(FecId fecId) {
     auto route = routeOf(LfibViaType::extFec);
-    route.extFecVia = Mpls::LfibExtFecVia::popInto(FecId::fecIdForAdjType(type, payload));
+    route.extFecVia = Mpls::LfibExtFecVia::popInto(fecId);
     return route;
+}
+Route routeInto(AdjType type, std::uint64_t payload) {
+    return routeInto(FecId::fecIdForAdjType(type, payload));
 }
 Route pseudowire() {
     auto route = routeOver({});
@@ -53,11 +55,11 @@ LfibMplsVia absent() {
 LfibMplsVia nhg() {
     return viaOn(IntfId::nextHopGroup(1));
 }
-std::uint64_t tunnel(TunnelType type) {
-    return TunnelId::make(type, 5).value();
-}
 LfibMplsVia over(TunnelType type) {
-    return viaOn(IntfId::dynamicTunnel(tunnel(type)));
+    return viaOn(IntfId::dynamicTunnel(TunnelId::make(type, 5).value()));
+}
+FecId tunnelFec(TunnelType type) {
+    return FecId::fecIdForAdjType(AdjType::tunnel, TunnelId::make(type, 5).value());
 }
 
 class SegmentResolverTest : public testing::Test {
@@ -75,7 +77,7 @@ TEST_F(SegmentResolverTest, ALabelWithoutARouteIsUnresolved) {
     TraceLines traces("SrTePolicySegmentResolver");
     for (std::uint32_t const label : {0u, 16u}) {
         auto const result = resolver->resolveSegmentMpls(Wirex::MplsLabel(label));
-        EXPECT_EQ(result->state, State::unresolved);
+        EXPECT_EQ(result->state, SegmentResolveState::unresolved);
         EXPECT_EQ(result->viaInfo, nullptr);
     }
     EXPECT_THAT(traces.take(), testing::ElementsAre("LFIB route doesnt exist for label 0",
@@ -83,118 +85,63 @@ TEST_F(SegmentResolverTest, ALabelWithoutARouteIsUnresolved) {
     auto route = routeOver({plain()});
     route.key = Mpls::RouteKey::fromLabel(Wirex::MplsLabel(0));
     Mpls::LfibWriter(lfib).lfibRouteIs(route);
-    EXPECT_EQ(resolver->resolveSegmentMpls(Wirex::MplsLabel(0))->state, State::resolved);
+    EXPECT_EQ(resolver->resolveSegmentMpls(Wirex::MplsLabel(0))->state,
+              SegmentResolveState::resolved);
 }
 
-TEST_F(SegmentResolverTest, StateAndForwardingByTheShapeOfTheRoute) {
-    int const none = -1;  // no via info
-    char const* const noVias = "Vias are empty for LFIB route 16";
-    char const* const otherTunnel = "Skipping resolution via dynamic tunnel 16";
+TEST_F(SegmentResolverTest, StateViasAndTracesByTheShapeOfTheRoute) {
+    using enum SegmentResolveState;
+    int const noInfo = -1;
+    std::string const isPseudowire = "Skipping resolution via pseudowire for label 16";
+    std::string const noSet = "ViaSet doesnt exist for LFIB route 16";
+    std::string const empty = "Vias are empty for LFIB route 16";
+    std::string const missing = "Via unavailable for label 16";
+    std::string const group = "Skipping resolution via NHG 16";
+    std::string const tunnel = "Skipping resolution via dynamic tunnel 16";
     struct {
-        char const* shape;
         Route route;
-        State state;
+        SegmentResolveState state;
         int vias;
         std::vector<std::string> traces;
     } const cases[] = {
-        {"pseudowire",
-         pseudowire(),
-         State::unresolved,
-         none,
-         {"Skipping resolution via pseudowire for label 16"}},
-        {"no via set",
-         routeOf(LfibViaType::unset),
-         State::unresolved,
-         none,
-         {"ViaSet doesnt exist for LFIB route 16"}},
-        {"another via type", routeOf(static_cast<LfibViaType>(4)), State::unresolved, 0, {}},
+        {pseudowire(), unresolved, noInfo, {isPseudowire}},
+        {routeOf(LfibViaType::unset), unresolved, noInfo, {noSet}},
+        {routeOf(static_cast<LfibViaType>(4)), unresolved, 0, {}},
 
-        {"one via", routeOver({plain()}), State::resolved, 1, {}},
-        {"equal vias", routeOver({plain(), plain()}), State::resolved, 2, {}},
-        {"an empty set", routeOver({}), State::incomplete, 0, {noVias}},
-        {"a missing via",
-         routeOver({absent(), plain()}),
-         State::resolved,
-         1,
-         {"Via unavailable for label 16"}},
-        {"missing vias only",
-         routeOver({absent()}),
-         State::incomplete,
-         0,
-         {"Via unavailable for label 16", noVias}},
-        {"next-hop groups only",
-         routeOver({nhg(), nhg()}),
-         State::incomplete,
-         0,
-         {"Skipping resolution via NHG 16", "Skipping resolution via NHG 16", noVias}},
-        {"a group and a via",
-         routeOver({nhg(), plain()}),
-         State::resolved,
-         1,
-         {"Skipping resolution via NHG 16"}},
-        {"over TI-LFA", routeOver({over(TunnelType::tiLfa)}), State::resolvedOverTiLfa, 1, {}},
-        {"plain and TI-LFA",
-         routeOver({over(TunnelType::tiLfa), plain()}),
-         State::resolvedOverTiLfa,
-         2,
-         {}},
-        {"over a policy's tunnel",
-         routeOver({over(TunnelType::srTePolicy)}),
-         State::incomplete,
-         0,
-         {otherTunnel, noVias}},
-        {"another tunnel and a via",
-         routeOver({over(TunnelType::srTeSegmentList), plain()}),
-         State::resolved,
-         1,
-         {otherTunnel}},
-        {"a hierarchical FEC",
-         routeOver({viaOn(IntfId::hierarchicalFec(7))}),
-         State::resolved,
-         1,
-         {}},
+        {routeOver({plain()}), resolved, 1, {}},
+        {routeOver({plain(), plain()}), resolved, 2, {}},
+        {routeOver({}), incomplete, 0, {empty}},
+        {routeOver({absent(), plain()}), resolved, 1, {missing}},
+        {routeOver({absent()}), incomplete, 0, {missing, empty}},
+        {routeOver({nhg(), nhg()}), incomplete, 0, {group, group, empty}},
+        {routeOver({nhg(), plain()}), resolved, 1, {group}},
+        {routeOver({over(TunnelType::tiLfa)}), resolvedOverTiLfa, 1, {}},
+        {routeOver({over(TunnelType::tiLfa), plain()}), resolvedOverTiLfa, 2, {}},
+        {routeOver({over(TunnelType::srTePolicy)}), incomplete, 0, {tunnel, empty}},
+        {routeOver({over(TunnelType::srTeSegmentList), plain()}), resolved, 1, {tunnel}},
+        {routeOver({viaOn(IntfId::hierarchicalFec(7))}), resolved, 1, {}},
 
-        {"no FEC", routeOf(LfibViaType::extFec), State::incomplete, 0, {}},
-        {"plain FEC", routeInto(AdjType::plain, 7), State::resolved, 0, {}},
-        {"alternate FEC", routeInto(AdjType::plainAlternate, 7), State::resolved, 0, {}},
-        {"a TI-LFA FEC",
-         routeInto(AdjType::tunnel, tunnel(TunnelType::tiLfa)),
-         State::resolvedOverTiLfa,
-         0,
-         {}},
-        {"another tunnel's FEC",
-         routeInto(AdjType::tunnel, tunnel(TunnelType::srTePolicy)),
-         State::unresolved,
-         0,
-         {otherTunnel}},
-        {"a policy's FEC",
-         routeInto(AdjType::srTePolicy, 0x100000000),
-         State::unresolved,
-         0,
-         {"Unresolvable adjacency type: 15"}},
-        {"the last type",
-         routeInto(static_cast<AdjType>(25), 7),
-         State::unresolved,
-         0,
-         {"Unresolvable adjacency type: 25"}},
+        {routeOf(LfibViaType::extFec), incomplete, 0, {}},
+        {routeInto(AdjType::plain, 7), resolved, 0, {}},
+        {routeInto(AdjType::plainAlternate, 7), resolved, 0, {}},
+        {routeInto(tunnelFec(TunnelType::tiLfa)), resolvedOverTiLfa, 0, {}},
+        {routeInto(tunnelFec(TunnelType::srTePolicy)), unresolved, 0, {tunnel}},
+        {routeInto(AdjType(15), 7), unresolved, 0, {"Unresolvable adjacency type: 15"}},
+        {routeInto(AdjType(25), 7), unresolved, 0, {"Unresolvable adjacency type: 25"}},
     };
     TraceLines traces("SrTePolicySegmentResolver");
     for (auto const& expected : cases) {
-        SCOPED_TRACE(expected.shape);
+        SCOPED_TRACE(&expected - cases);
         auto const result = resolve(expected.route);
         EXPECT_EQ(result->state, expected.state);
         EXPECT_EQ(traces.take(), expected.traces);
-        if (expected.vias == none) {
-            EXPECT_EQ(result->viaInfo, nullptr);
-            continue;
-        }
-        ASSERT_NE(result->viaInfo, nullptr);
+        ASSERT_EQ(result->viaInfo == nullptr, expected.vias == noInfo);
+        if (!result->viaInfo) continue;
         EXPECT_EQ(result->viaInfo->viaType(), expected.route.viaType);
         EXPECT_EQ(static_cast<int>(result->viaInfo->mplsVia().size()), expected.vias);
         // Only a route that resolves leaves its FEC behind.
-        bool const usable = expected.state != State::unresolved;
         EXPECT_EQ(result->viaInfo->extFecVia(),
-                  usable ? expected.route.extFecVia : Mpls::LfibExtFecVia());
+                  expected.state == unresolved ? Mpls::LfibExtFecVia() : expected.route.extFecVia);
     }
 }
 
@@ -216,20 +163,6 @@ TEST_F(SegmentResolverTest, AcceptedViasKeepTheirKeysAndTheInfoPrintsThem) {
               "ViaType: 10, Ext-FEC: 0x0000000000000007, action: 1");
 }
 
-TEST_F(SegmentResolverTest, ViaInfosAreEditedByKey) {
-    auto const info = segmentViaInfoFactory(LfibViaType::mpls);
-    Mpls::LfibViaKey const first{{}, Mpls::LfibViaIndexRange(0)};
-    Mpls::LfibViaKey const second{{}, Mpls::LfibViaIndexRange(1)};
-    info->mplsViaIs(first, plain());
-    info->mplsViaIs(second, plain());
-    info->mplsViaIs(first, plain("Et9"));
-    EXPECT_EQ(*info->mplsVia().find(first), plain("Et9"));
-    info->mplsViaDel(first);
-    EXPECT_EQ(info->mplsVia().size(), 1u);
-    info->mplsViaDelAll();
-    EXPECT_TRUE(info->mplsVia().empty());
-}
-
 TEST_F(SegmentResolverTest, NumbersOutOfTheirRange) {
     auto const tunnelId = testing::ThrowsMessage<Quor::RangeError>(
         "TunnelId::value < TunnelId::minValue or > TunnelId::maxValue not allowed");
@@ -241,7 +174,7 @@ TEST_F(SegmentResolverTest, NumbersOutOfTheirRange) {
                 testing::ThrowsMessage<Quor::RangeError>(
                     "LfibViaIndexRange::value < LfibViaIndexRange::min or > "
                     "LfibViaIndexRange::max not allowed"));
-    EXPECT_DEATH(resolve(routeInto(static_cast<AdjType>(26), 7)), "FecId::adjType");
+    EXPECT_DEATH(resolve(routeInto(AdjType(26), 7)), "FecId::adjType");
 }
 
 }  // namespace

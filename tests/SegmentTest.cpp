@@ -55,6 +55,7 @@ TEST_F(SegmentTest, ALabelIsOneSegmentWithOneIdentity) {
 
     auto const otherType = intern(16, static_cast<SegmentType>(2));
     EXPECT_EQ(otherType->segmentId(), SegmentId(2));
+    EXPECT_FALSE(segment->compare(otherType.get()));
     EXPECT_EQ(table()->lookupByLabel(MplsLabel(16)), segment) << "looks for type 1 alone";
 
     EXPECT_EQ(table()->lookupByLabel(MplsLabel(17)), nullptr);
