@@ -46,7 +46,6 @@ Quor::Ptr<SegmentList const> SegmentList::createDedup(
     DistinguisherId distinguisherId) {
     auto const size = checkedSize(labels.size());
     Segments segments;
-    segmentTable->prefetch(labels);
     for (std::uint32_t i = 0; i < size; ++i) segments[i] = internSegment(*segmentTable, labels[i]);
 
     // Most calls of a restart or a rewrite find the list: probed before anything is allocated.
