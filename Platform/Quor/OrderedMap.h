@@ -121,9 +121,11 @@ public:
     bool has(K const& key) const { return find(key) != nullptr; }
     V const* find(K const& key) const { return const_cast<OrderedMap*>(this)->find(key); }
     V* find(K const& key) {
+        // Most rows are met again at once, or are followed by the next one.
+        if (auto* const near = valueNearFinger(key)) return near;
         auto* const leaf = leafOf(key);
         if (!leaf) return nullptr;
-        auto const i = leaf->lowerBound(key);
+        auto const i = fingerRow_ = leaf->lowerBound(key);
         return i < leaf->count && !(key < *leaf->keys.at(i)) ? leaf->values.at(i) : nullptr;
     }
 
@@ -222,6 +224,7 @@ public:
         std::swap(root_, other.root_);
         std::swap(first_, other.first_);
         std::swap(finger_, other.finger_);
+        std::swap(fingerRow_, other.fingerRow_);
         std::swap(height_, other.height_);
         std::swap(size_, other.size_);
         ++stamp_;
@@ -266,6 +269,17 @@ private:
         Step steps[maxHeight];
     };
 
+    // The row of the last access or the one after it, when that is the one.
+    V* valueNearFinger(K const& key) const {
+        if (!finger_) return nullptr;
+        for (auto const row : {fingerRow_, fingerRow_ + 1}) {
+            if (row < finger_->count && *finger_->keys.at(row) == key) {
+                fingerRow_ = row;
+                return finger_->values.at(row);
+            }
+        }
+        return nullptr;
+    }
     Leaf* leafOf(K const& key) const {
         if (finger_ && finger_->spans(key)) return finger_;
         Path path;
@@ -296,6 +310,7 @@ private:
         ++size_;
         ++stamp_;
         finger_ = &leaf;
+        fingerRow_ = i;
         return leaf.values.at(i);
     }
 
@@ -450,6 +465,7 @@ private:
     void* root_ = nullptr;
     Leaf* first_ = nullptr;
     mutable Leaf* finger_ = nullptr;
+    mutable std::size_t fingerRow_ = 0;
     std::size_t height_ = 0;
     std::size_t size_ = 0;
     std::uint64_t stamp_ = 0;
