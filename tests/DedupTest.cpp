@@ -22,17 +22,21 @@ public:
     int const content;
 };
 
+std::string event(char sign, int content) {
+    return sign + std::to_string(content) + ' ';
+}
+
 // Writes down what comes and goes, then does what the test wants.
 class Notifiee final : public Keel::DedupHashTableLifeTimeNotifiee {
 public:
     void handleInsert(Quor::Ptr<Keel::DedupHandle> const& handle) const override {
         auto& word = static_cast<Word&>(*handle);
-        log += "+" + std::to_string(word.content) + " ";
+        log += event('+', word.content);
         if (onInsert) onInsert(word);
     }
     void handleRemove(Keel::DedupHandle* handle) const override {
         auto& word = static_cast<Word&>(*handle);
-        log += "-" + std::to_string(word.content) + " ";
+        log += event('-', word.content);
         if (onRemove) onRemove(word);
     }
     void handleNotificationStop(Quor::Ptr<Keel::DedupHashTable const> const& table) const override {
@@ -84,12 +88,12 @@ TEST_F(DedupTest, RandomUseAgreesWithCountingByHand) {
         std::string expected;
         if (random() % 600 < (step < 20000 ? 330u : 270u)) {
             auto const interned = intern(content);
-            if (before) ASSERT_EQ(interned.get(), before);
-            if (!before) expected = "+" + std::to_string(content) + " ";
+            ASSERT_TRUE(!before || interned.get() == before);
+            if (!before) expected = event('+', content);
             references.push_back(interned);
         } else if (!references.empty()) {
             references.pop_back();
-            if (references.empty()) expected = "-" + std::to_string(content) + " ";
+            if (references.empty()) expected = event('-', content);
         }
         ASSERT_EQ(take(), expected);
         ASSERT_EQ(static_cast<int>(table->size()), Word::alive);

@@ -69,15 +69,16 @@ protected:
 
     static constexpr std::uint64_t keyCount = 4000;
 
+    static K keyOf(std::uint64_t number) { return made<K>(number); }
     void insert(std::uint64_t key) {
         auto const value = key + 1000000 * (step++ % 7);
-        auto const [row, inserted] = map.tryEmplace(made<K>(key), made<V>(value));
+        auto const [row, inserted] = map.tryEmplace(keyOf(key), made<V>(value));
         ASSERT_EQ(inserted, model.emplace(key, value).second);
         ASSERT_EQ(*row, made<V>(model.at(key)));
     }
     void erase(std::uint64_t key) {
-        ASSERT_EQ(map.erase(made<K>(key)), model.erase(key) == 1);
-        ASSERT_EQ(map.find(made<K>(key)), nullptr);
+        ASSERT_EQ(map.erase(keyOf(key)), model.erase(key) == 1);
+        ASSERT_EQ(map.find(keyOf(key)), nullptr);
     }
     void expectAt(typename Map::Position const& row, Model::const_iterator expected) const {
         ASSERT_EQ(static_cast<bool>(row), expected != model.end());
@@ -120,17 +121,16 @@ using Maps = testing::Types<Quor::OrderedMap<Number, std::string>,
 TYPED_TEST_SUITE(ModelTest, Maps);
 
 TYPED_TEST(ModelTest, RandomChangesLeaveTheModelsRows) {
-    using K = typename TypeParam::Key;
     // The cursor stands while rows come and go around it, its own among them.
     auto cursor = this->map.begin();
     std::uint64_t cursorKey = 0;
     for (int round = 0; round < 12000; ++round) {
         ASSERT_NO_FATAL_FAILURE(this->changeSomething(round / 1500 % 2 == 0));
         auto const probe = this->random(this->keyCount);
-        ASSERT_NO_FATAL_FAILURE(
-            this->expectAt(this->map.lowerBound(made<K>(probe)), this->model.lower_bound(probe)));
-        ASSERT_NO_FATAL_FAILURE(
-            this->expectAt(this->map.upperBound(made<K>(probe)), this->model.upper_bound(probe)));
+        ASSERT_NO_FATAL_FAILURE(this->expectAt(this->map.lowerBound(this->keyOf(probe)),
+                                               this->model.lower_bound(probe)));
+        ASSERT_NO_FATAL_FAILURE(this->expectAt(this->map.upperBound(this->keyOf(probe)),
+                                               this->model.upper_bound(probe)));
         if (cursor) {
             cursor.next();
             ASSERT_NO_FATAL_FAILURE(this->expectAt(cursor, this->model.upper_bound(cursorKey)));
@@ -138,7 +138,9 @@ TYPED_TEST(ModelTest, RandomChangesLeaveTheModelsRows) {
             cursor = this->map.begin();
         }
         if (cursor) cursorKey = numberOf(cursor.key());
-        if (round % 1000 == 0) ASSERT_NO_FATAL_FAILURE(this->expectEqual());
+        if (round % 1000 == 0) {
+            ASSERT_NO_FATAL_FAILURE(this->expectEqual());
+        }
     }
     this->map.clear();
     this->model.clear();
@@ -159,7 +161,9 @@ TYPED_TEST(ModelTest, RowsMayComeAndGoInAnyOrder) {
             ASSERT_NO_FATAL_FAILURE(this->expectEqual());
             for (std::size_t i = 0; i < going->size(); ++i) {
                 ASSERT_NO_FATAL_FAILURE(this->erase((*going)[i]));
-                if (i % 1000 == 0) ASSERT_NO_FATAL_FAILURE(this->expectEqual());
+                if (i % 1000 == 0) {
+                    ASSERT_NO_FATAL_FAILURE(this->expectEqual());
+                }
             }
             ASSERT_NO_FATAL_FAILURE(this->expectEqual());
         }

@@ -73,8 +73,10 @@ protected:
             if (!record) continue;
             text += std::to_string(label) + ":";
             auto const& vias = record->viaInfo()->mplsVia();
-            for (auto row = vias.begin(); row; row.next())
-                text += " " + row.value().intf.stringValue();
+            for (auto row = vias.begin(); row; row.next()) {
+                text += ' ';
+                text += row.value().intf.stringValue();
+            }
             text += record->resolvedOverTiLfa() ? " TI-LFA\n" : "\n";
         }
         return text;
