@@ -1,0 +1,178 @@
+#include "agent/ShowForwarding.h"
+
+#include "agent/ScenarioValues.h"
+
+namespace Agent {
+
+namespace {
+
+using Tunnel::TunnelTable::TunnelId;
+
+char const* sourceText(Mpls::LFib::Source source) {
+    if (source == Mpls::LFib::Source::srTePolicy) return "sr-te";
+    return source == Mpls::LFib::Source::gribi ? "gribi" : "other";
+}
+
+char const* actionText(Wirex::MplsLabelAction action) {
+    switch (action) {
+        case Wirex::MplsLabelAction::pop: return "pop";
+        case Wirex::MplsLabelAction::swap: return "swap";
+        case Wirex::MplsLabelAction::push: return "push";
+        case Wirex::MplsLabelAction::none: break;
+    }
+    return "none";
+}
+
+/// Where a via sends, in the words of the file.
+void addInterface(Host const& host, Wirex::IntfId const& intf, Json& via) {
+    using Kind = Wirex::IntfId::Kind;
+    switch (intf.kind()) {
+        case Kind::none: break;
+        case Kind::physical: via["if"] = intf.stringValue(); break;
+        case Kind::nextHopGroup: via["nhg"] = intf.number(); break;
+        case Kind::hierarchicalFec:
+            via["fec"] = Pooltab::Fib::FecId(intf.number()).stringValue();
+            break;
+        case Kind::dynamicTunnel: {
+            TunnelId const tunnelId(intf.number());
+            auto const* const name = host.scenario().tiLfaName(tunnelId);
+            via[name ? "ti-lfa" : "tunnel"] = name ? *name : tunnelId.stringValue();
+            break;
+        }
+    }
+}
+
+template <class Vias>
+Json viasJson(Host const& host, Vias const& vias) {
+    auto rows = Json::array();
+    for (auto const& via : vias) {
+        rows.push_back(viaJson(host, via.nextHop, via.intf, via.operation));
+    }
+    return rows;
+}
+
+Json routeJson(Host const& host, Mpls::ConsolidatedLfibRoute const& route) {
+    Json row{{"source", sourceText(route.source)}};
+    if (route.type == Mpls::LfibRouteType::pseudowire) row["kind"] = "pseudowire";
+    if (route.viaType == Mpls::LfibViaType::mpls) row["vias"] = viasJson(host, route.mplsVias);
+    if (route.viaType == Mpls::LfibViaType::extFec) {
+        auto const fecId = route.extFecVia.fecId;
+        row["action"] = actionText(route.extFecVia.labelAction);
+        row["fec"] = fecId.stringValue();
+        auto const* const key = host.tables().policyStatus->fecIdToPolicyKey().find(fecId);
+        if (key) row["policy"] = policyKeyText(*key);
+    }
+    return row;
+}
+
+Json fecJson(Host const& host, Pooltab::Fib::Fec const& fec) {
+    Json row;
+    if (auto const* const key = host.tables().policyStatus->fecIdToPolicyKey().find(fec.fecId())) {
+        row["policy"] = policyKeyText(*key);
+    }
+    row["vias"] = Json::array();
+    for (auto const& via : fec.vias()) {
+        Json element{{"tunnel", via.tunnelId().stringValue()}, {"weight", via.weight()}};
+        if (!via.label().isNull()) element["label"] = via.label().value();
+        row["vias"].push_back(element);
+    }
+    return row;
+}
+
+Json pathJson(Host const& host, Tunnel::TunnelTable::MplsVia const& via) {
+    return viaJson(host, via.nextHop, via.intf, via.operation);
+}
+
+void showTiLfaTunnels(Host const& host, Rows& rows) {
+    for (auto row = host.tables().tiLfa->entry().begin(); row; row.next()) {
+        auto const key = row.key().stringValue();
+        if (!rows.wants(key)) continue;
+        Json tunnel{{"kind", "ti-lfa"}};
+        if (auto const* const name = host.scenario().tiLfaName(row.key())) tunnel["name"] = *name;
+        tunnel["primary"] = pathJson(host, row.value().primaryVia);
+        if (row.value().backupVia) tunnel["backup"] = pathJson(host, *row.value().backupVia);
+        rows.add(key, tunnel);
+    }
+}
+
+}  // namespace
+
+Json viaJson(Host const& host, Wirex::IpGenAddr const& nextHop, Wirex::IntfId const& intf,
+             Wirex::MplsLabelOperation const& operation) {
+    auto via = Json::object();
+    addInterface(host, intf, via);
+    if (!nextHop.isEmpty()) via["nh"] = nextHop.stringValue();
+    via["action"] = actionText(operation.action);
+    via["out"] = Json::array();
+    for (std::size_t i = 0; i < operation.stack.size(); ++i) {
+        via["out"].push_back(operation.stack.label(i).value());
+    }
+    return via;
+}
+
+void showLfib(Host const& host, Rows& rows) {
+    auto const& lfib = host.tables().lfib();
+    if (rows.key()) {
+        Wirex::MplsLabel const label(parseLabel(*rows.key()).value());
+        auto const* const route = lfib.consolidatedRoute(Mpls::RouteKey::fromLabel(label));
+        if (route) rows.add(*rows.key(), routeJson(host, *route));
+        return;
+    }
+    for (auto row = lfib.rows().begin(); row; row.next()) {
+        rows.add(row.key().stringValue(), routeJson(host, row.value()->route));
+    }
+}
+
+void showFecs(Host const& host, Rows& rows) {
+    for (auto row = host.tables().forwarding->fec().begin(); row; row.next()) {
+        auto const key = row.key().stringValue();
+        if (rows.wants(key)) rows.add(key, fecJson(host, row.value()));
+    }
+}
+
+void showTunnels(Host const& host, Rows& rows) {
+    showTiLfaTunnels(host, rows);
+    auto const& tables = host.tables();
+    for (auto row = tables.segmentListTunnels->entry().begin(); row; row.next()) {
+        auto const key = row.key().stringValue();
+        if (!rows.wants(key)) continue;
+        Json tunnel{{"kind", "segment-list"}};
+        auto const* const list = tables.exportedLists->segmentList(
+            SrTePolicy::SegmentListId(static_cast<std::uint32_t>(row.key().index())));
+        if (list) tunnel["policy"] = policyKeyText(list->policyId.key);
+        tunnel["vias"] = viasJson(host, row.value().vias());
+        rows.add(key, tunnel);
+    }
+}
+
+void showColoredRib(Host const& host, Rows& rows) {
+    for (auto row = host.tables().policyTunnels->entry().begin(); row; row.next()) {
+        auto const& entry = row.value();
+        auto const key = policyKeyText({entry.endpoint.address, entry.color});
+        if (!rows.wants(key)) continue;
+        rows.add(key, {{"tunnel", entry.tunnelId.stringValue()},
+                       {"endpoint", entry.endpoint.stringValue()},
+                       {"preference", entry.preference}});
+    }
+}
+
+void showTrace(Host const& host, Rows& rows) {
+    auto const labels = parseLabelStack(rows.key().value()).value();
+    auto paths = pathsJson(tracePacket(host.tables(), labels));
+    if (!paths.empty()) rows.add(*rows.key(), std::move(paths));
+}
+
+Json pathsJson(Outcomes const& outcomes) {
+    auto paths = Json::array();
+    for (auto const& [outcome, share] : outcomes) {
+        auto path = Json::object();
+        if (!outcome.interface.empty()) path["if"] = outcome.interface;
+        if (!outcome.nextHop.isEmpty()) path["nh"] = outcome.nextHop.stringValue();
+        path["out"] = outcome.out;
+        path["share"] = share.percentText();
+        paths.push_back(path);
+    }
+    return paths;
+}
+
+}  // namespace Agent

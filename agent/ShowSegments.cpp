@@ -1,0 +1,75 @@
+#include "agent/ShowSegments.h"
+
+#include "agent/ScenarioValues.h"
+#include "agent/ShowForwarding.h"
+
+namespace Agent {
+
+namespace {
+
+using namespace SrTePolicy;
+
+Json segmentJson(Host const& host, SegmentMplsLabel const& segment) {
+    auto const status = host.machines()->tables().segmentStatus->status(segment.segmentId());
+    Json row{{"id", segment.segmentId().value()}};
+    auto const viaInfo = status ? status->viaInfo() : nullptr;
+    if (!viaInfo) {
+        row["state"] = status ? "incomplete" : "unresolved";
+        return row;
+    }
+    bool const overFec = viaInfo->viaType() == Mpls::LfibViaType::extFec;
+    row["state"] = status->resolvedOverTiLfa() ? "resolved-over-ti-lfa" : "resolved";
+    if (overFec) row["fec"] = viaInfo->extFecVia().fecId.stringValue();
+    if (overFec) return row;
+    row["vias"] = Json::array();
+    for (auto via = viaInfo->mplsVia().begin(); via; via.next()) {
+        auto const& [nextHop, intf, operation] = via.value();
+        row["vias"].push_back(viaJson(host, nextHop, intf, operation));
+    }
+    if (row["vias"].empty()) row["state"] = "incomplete";
+    return row;
+}
+
+Json listJson(Host const& host, Export::SegmentList const& list) {
+    Json row{{"policy", policyKeyText(list.policyId.key)},
+             {"candidate", host.filePolicies().candidateName(list.policyId)},
+             {"state", listStateText(host.tables().segmentListStatus->status(list.segmentListId))},
+             {"labels", Json::array()}};
+    for (std::uint32_t i = 0; i < list.size; ++i) row["labels"].push_back(list.segment[i].value());
+    auto const tunnelId = list.segmentListId.getTunnelId();
+    if (host.tables().segmentListTunnels->entry(tunnelId)) row["tunnel"] = tunnelId.stringValue();
+    return row;
+}
+
+}  // namespace
+
+char const* listStateText(std::optional<SegmentListResolveError> status) {
+    switch (status.value_or(SegmentListResolveError::unset)) {
+        case SegmentListResolveError::noError: return "usable";
+        case SegmentListResolveError::zeroResolvedLabels: return "zero-labels";
+        case SegmentListResolveError::exceedsMsd: return "exceeds-msd";
+        case SegmentListResolveError::sbfdDown: return "sbfd-down";
+        case SegmentListResolveError::backupExceedsMsd: return "backup-exceeds-msd";
+        case SegmentListResolveError::unset: break;
+    }
+    return "unresolved";
+}
+
+void showSegments(Host const& host, Rows& rows) {
+    if (!host.machines()) return;
+    auto const& live = *host.machines()->tables().coreDedupTables->notifyingSegmentCollection();
+    for (auto row = live.segmentNotifier().begin(); row; row.next()) {
+        auto const& segment = static_cast<SegmentMplsLabel const&>(*row.value()->segmentRawPtr());
+        auto const label = segment.label().stringValue();
+        if (rows.wants(label)) rows.add(label, segmentJson(host, segment));
+    }
+}
+
+void showSegmentLists(Host const& host, Rows& rows) {
+    for (auto row = host.tables().exportedLists->segmentList().begin(); row; row.next()) {
+        auto const key = row.key().stringValue();
+        if (rows.wants(key)) rows.add(key, listJson(host, row.value()));
+    }
+}
+
+}  // namespace Agent

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "agent/Scenario.h"
+#include "agent/Tables.h"
+
+namespace Agent {
+
+/// Writes what a step of the scenario says to the input tables, in the order in which the file
+/// format promises it.
+class Writer {
+public:
+    explicit Writer(Inputs const& inputs) : inputs_(inputs) {}
+
+    void write(Step const& step) const;
+
+private:
+    void writeRouter(std::vector<RouterSetting> const& settings) const;
+    void writeLfib(decltype(Step::lfib) const& changes) const;
+    void writeTiLfa(decltype(Step::tiLfa) const& changes) const;
+    void writePolicies(Step const& step) const;
+
+    void candidateIs(CandidateRecord const& candidate) const;
+    void candidateDel(SrTePolicy::PolicyId const& id) const;
+
+    Inputs const& inputs_;
+};
+
+}  // namespace Agent
