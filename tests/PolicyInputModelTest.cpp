@@ -1,0 +1,149 @@
+#include <random>
+
+#include "tests/PolicyInputFixture.h"
+
+namespace SrTePolicy::Test {
+namespace {
+
+/// Random inputs against a brute-force function of them.
+class PolicyInputModel : public PolicyInputFixture, public testing::WithParamInterface<unsigned> {
+protected:
+    std::uint32_t random(std::uint32_t below) {
+        return static_cast<std::uint32_t>(engine() % below);
+    }
+    Path randomPath() {
+        Protocol const protocols[] = {Protocol::pcep, Protocol::bgp, Protocol::config};
+        Path path{.key = random(3) ? P : Q,
+                  .protocol = protocols[random(3)],
+                  .discriminator = random(2),
+                  .bsid = random(3) ? 998 + random(5) : noBsid,
+                  .lists = {},
+                  .preference = random(2),
+                  .enlp = random(2)};
+        for (auto lists = random(4); lists > 0; --lists) {
+            List list{{}, 1 + random(2)};
+            auto const length = random(20) ? 1 + random(2) : 9;
+            while (list.labels.size() < length) list.labels.push_back(16 + random(2));
+            path.lists.push_back(list);
+        }
+        return path;
+    }
+    void change() {
+        std::uint32_t const applications[] = {1, 9, 24};
+        auto const label = 999 + random(3);
+        switch (random(12)) {
+            case 0: route(label, applications[random(3)]); break;
+            case 1:
+            case 2: routeGoes(label, applications[random(3)]); break;
+            case 3: mplsConfig->labelRangeIs("srlb", {999 + random(2), random(3)}); break;
+            case 4: settings->specifiedBsidOnly.valueIs(random(2)); break;
+            case 5: sourceComesOrGoes(); break;
+            case 6:
+            case 7:
+                if (!paths.empty())
+                    withdraw(Path(std::next(paths.begin(), random(size()))->second));
+                break;
+            default: offer(randomPath()); break;
+        }
+    }
+    std::uint32_t size() const { return static_cast<std::uint32_t>(paths.size()); }
+    void sourceComesOrGoes() {
+        auto const& [protocol, input] = *std::next(inputs.begin(), random(3));
+        if (source->policyInput(protocol)) {
+            source->policyInputDel(protocol);
+        } else {
+            source->policyInputIs(input);
+        }
+    }
+
+    // Null for a candidate that no source offers.
+    std::optional<unsigned> verdict(Path const& path) const {
+        if (!source->policyInput(path.protocol)) return std::nullopt;
+        if (path.lists.empty()) {
+            bool const empty = path.bsid == noBsid && path.preference == 0 && path.enlp == 0;
+            return empty ? std::nullopt : std::optional(4u);
+        }
+        if (path.bsid == noBsid) {
+            if (settings->specifiedBsidOnly()) return 2;
+        } else {
+            auto const* const srlb = mplsConfig->labelRange("srlb");
+            if (path.bsid < srlb->base() || path.bsid >= srlb->base() + srlb->size()) return 1;
+            auto const key = Mpls::RouteKey::fromLabel(Wirex::MplsLabel(path.bsid));
+            if (otherLfib->rows().has(key) || gribiLfib->rows().has(key)) return 3;
+        }
+        for (auto const& list : path.lists) {
+            if (list.labels.size() > 8) return 4;
+        }
+        return 0;
+    }
+    std::string expectedListed() const {
+        std::string text;
+        for (auto const& [id, path] : paths) {
+            auto const reason = verdict(path);
+            if (!reason) continue;
+            text += name(id) + ": " + std::to_string(*reason);
+            if (path.bsid != noBsid) text += " bsid " + std::to_string(path.bsid);
+            text += "\n";
+        }
+        return text;
+    }
+    std::string expectedSelected() const {
+        std::string text;
+        for (auto const& [id, path] : paths) {
+            if (verdict(path) != 0) continue;
+            text += name(id);
+            if (path.bsid != noBsid) text += " bsid " + std::to_string(path.bsid);
+            if (path.enlp) text += " enlp " + std::to_string(path.enlp);
+            text += ":";
+            for (auto const& list : path.lists) {
+                char const* separator = " ";
+                for (auto const label : list.labels) {
+                    text += std::exchange(separator, ",") + std::to_string(label);
+                }
+                text += "x" + std::to_string(list.weight);
+            }
+            text += "\n";
+        }
+        return text;
+    }
+    // Without the times, which the order of events decides.
+    std::string listedReasons() const {
+        auto const all = listed();
+        std::string text;
+        for (std::size_t at = 0; at < all.size(); at = all.find('\n', at) + 1) {
+            text += all.substr(at, all.find(" since", at) - at) + "\n";
+        }
+        return text;
+    }
+
+    std::mt19937 engine{GetParam()};
+};
+
+TEST_P(PolicyInputModel, EqualsTheFunctionOfItsInputs) {
+    for (int round = 0; round < 300; ++round) {
+        if (random(10) == 0) crash();
+        for (auto changes = 1 + random(6); changes > 0; --changes) change();
+        scheduler->yieldAfterWorkIs(1 + random(3));
+        if (!sm) restart();
+        for (auto clogs = random(3); clogs > 0; --clogs) {
+            fieldlog->outputCloggedIs(true);
+            scheduler->runOne();
+            fieldlog->outputCloggedIs(false);
+            clock.advance(0.1);
+            scheduler->runOne();
+            change();
+        }
+        run();
+        ASSERT_EQ(selected(), expectedSelected()) << "round " << round;
+        ASSERT_EQ(listedReasons(), expectedListed()) << "round " << round;
+        for (auto const& [id, path] : paths) {
+            auto const* const entry = selectionInput->policyIdEntry(id);
+            if (entry) ASSERT_EQ(entry->preference, Preference(path.preference));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, PolicyInputModel, testing::Range(1u, 9u));
+
+}  // namespace
+}  // namespace SrTePolicy::Test
