@@ -132,9 +132,9 @@ std::string SegmentList::stringValue() const {
 void SegmentList::dumpState(Keel::DumpContext& ctx, int indentCount) const {
     ctx.print("%*csegments #%u [", indentCount, ' ', size_);
     for (auto const& segment : segment_) {
-        if (segment) ctx.print("%*c%u", 1, ' ', segment->segmentId().value());
+        if (segment) ctx.print("%*c%u", indentCount, ' ', segment->segmentId().value());
     }
-    ctx.print("%*c]", 1, ' ');
+    ctx.print("%*c]", indentCount, ' ');
     ctx.print("segmentListId: %u size: %u \n", segmentListId_.value(), size_);
 }
 
