@@ -5,24 +5,13 @@
 namespace SrTePolicy {
 namespace {
 
-using Tunnel::TunnelTable::MplsVia;
-
 /// Random operations under forced yields, clogging and crashes; whenever nothing waits, the outputs
-/// are those of a plain function of the lists, the routes, the TI-LFA tunnels and the depth.
+/// are those of every list resolved anew from the routes, the TI-LFA tunnels and the depth.
 class SegmentListModelTest : public SegmentListFixture,
                              public testing::WithParamInterface<unsigned> {
 protected:
-    struct Hop {
-        Mpls::LfibMplsVia via;
-        std::size_t primary = 0;  // labels that the tunnel below pushes
-        std::size_t backup = 0;
-    };
-    struct Forwarding {
-        bool exists = false;
-        bool overTiLfa = false;
-        std::vector<Hop> hops;
-        std::string fec;
-    };
+    static constexpr std::uint64_t plainFec = 0x0100000000000007;
+    static constexpr std::uint64_t plainOfTunnel = 0x1100000000000007;
 
     std::uint32_t pick(std::uint32_t count) { return static_cast<std::uint32_t>(random() % count); }
 
@@ -63,7 +52,7 @@ protected:
         Mpls::ConsolidatedLfibRoute written;
         written.key = keyOf(label);
         switch (pick(8)) {
-            case 0: return routeToFec(label, 0x0100000000000007, action);
+            case 0: return routeToFec(label, plainFec, action);
             case 1: return routeToFec(label, 0x0600000000000000 | tiLfa(1).value(), action);
             case 2: return routeToFec(label, 0x0F00000000000007, action);
             case 3: written.type = Mpls::LfibRouteType::pseudowire; break;
@@ -84,9 +73,8 @@ protected:
     }
     // As the host: the routes over the tunnel are touched after it.
     void anyTunnelChange() {
-        auto const index = 1 + pick(2);
-        paths[index] = {pick(3), pick(4)};
-        protect(index, paths[index].first, paths[index].second);
+        auto const primary = pick(3);
+        protect(1 + pick(2), primary, pick(4));
         for (auto row = lfib->rows().begin(); row; row.next()) {
             writer.lfibRouteIs(row.value()->route);
         }
@@ -101,7 +89,7 @@ protected:
         }
         if (pick(2) == 0) {
             strays.insert(stray);
-            MplsVia const via;
+            Tunnel::TunnelTable::MplsVia const via;
             tunnels->entryIs({SegmentListId(stray).getTunnelId(), std::span(&via, 1)});
         }
         if (!held.empty() && pick(2) == 0) held.erase(std::next(held.begin(), anyHeld()));
@@ -109,86 +97,37 @@ protected:
         startAgain();
     }
 
-    // What the LFIB says about a label.
-    Forwarding forwarding(std::uint32_t label) const {
-        Forwarding result;
-        auto const* const route = lfib->consolidatedRoute(keyOf(label));
-        if (!route || route->type == Mpls::LfibRouteType::pseudowire) return result;
-        result.exists = route->viaType != Mpls::LfibViaType::unset;
-        if (route->viaType == Mpls::LfibViaType::extFec) {
-            auto const type = route->extFecVia.fecId.value() >> 56;
-            result.overTiLfa = type == 6;
-            Hop hop;
-            if (type == 6) std::tie(hop.primary, hop.backup) = pathsOf(1);
-            if (type != 15) hop.via.operation.action = route->extFecVia.labelAction;
-            if (type != 15) result.fec = type == 6 ? "tunnel 12-1" : "fec 0x1100000000000007";
-            result.hops.push_back(hop);
+    // Resolves the list anew, from the routes on.
+    std::string expected(SegmentList const& list) const {
+        auto const fresh = segmentStatusFactory();
+        auto const& top = list.segment(0);
+        auto const found =
+            segmentResolverFactory(merge->lfibStatus())->resolveSegmentMpls(list.segmentLabel(0));
+        if (found->viaInfo) {
+            auto const record = Quor::makePtr<SegmentResolve>(top->segmentId(), found->viaInfo);
+            record->resolvedOverTiLfaIs(found->state == SegmentResolveState::resolvedOverTiLfa);
+            fresh->statusIs(record);
         }
-        if (route->viaType != Mpls::LfibViaType::mpls) return result;
-        for (auto const& via : route->mplsVias) {
-            if (via == Mpls::LfibMplsVia() || via.intf.isNextHopGroup()) continue;
-            Hop hop{via};
-            if (via.intf.isDynamicTunnel()) {
-                result.overTiLfa = true;
-                std::tie(hop.primary, hop.backup) = pathsOf(via.intf.number() & 3);
-            }
-            result.hops.push_back(hop);
-        }
-        return result;
-    }
-    std::pair<std::uint32_t, std::uint32_t> pathsOf(std::uint64_t index) const {
-        auto const found = paths.find(index);
-        return found == paths.end() ? std::pair<std::uint32_t, std::uint32_t>() : found->second;
-    }
-    // The stack of the list below `labels[0]` over one hop.
-    static std::vector<std::uint32_t> stackOver(Hop const& hop, Labels const& labels,
-                                                bool overTiLfa) {
-        std::vector<std::uint32_t> stack;
-        auto const& own = hop.via.operation.stack;
-        for (std::size_t i = 0; i < own.size(); ++i) stack.push_back(own.label(i).value());
-        auto const action = hop.via.operation.action;
-        if (action == Action::swap || action == Action::push) {
-            stack.insert(stack.end(), labels.begin() + 1, labels.end());
-        } else if (action == Action::pop && stack.empty()) {
-            bool const adjacency = !hop.via.nextHop.isEmpty() && !hop.via.intf.isEmpty();
-            if (adjacency || overTiLfa) stack.push_back(3);
-        }
-        return stack;
-    }
-    int errorOf(std::size_t labels, Hop const& hop) const {
-        auto const depth = hardware->maxLabelPushDepth();
-        if (depth && labels + hop.primary > *depth) return 3;
-        if (depth && labels + hop.backup > *depth) return 5;
-        return labels == 0 ? 2 : 1;
-    }
-    std::string expected(SegmentListId id, ListKey const& key) const {
-        auto text = id.stringValue() + " [";
-        for (auto const label : key.labels) {
-            text += (text.back() == '[' ? "" : " ") + std::to_string(label);
-        }
-        text += "] ";
-        auto const top = forwarding(key.labels.front());
-        bool const ofPolicy = key.distinguisher == DistinguisherId::policyList;
-        if (!top.exists || (top.overTiLfa && !ofPolicy)) return text + "-";
+        auto const res =
+            SegmentListResolver(fresh, tiLfaTunnels, hardware).resolveSegmentList(list);
 
-        int error = 1;
-        std::map<MplsVia, std::string> vias;
-        for (auto const& hop : top.hops) {
-            bool const tunnel =
-                hop.via.intf.isDynamicTunnel() || (!top.fec.empty() && top.overTiLfa);
-            auto const stack = stackOver(hop, key.labels, tunnel);
-            if (error == 1) error = errorOf(stack.size(), hop);
-            MplsVia via{hop.via.nextHop, hop.via.intf, {hop.via.operation.action, {}}};
-            for (auto const label : stack) via.operation.stack.append(Wirex::MplsLabel(label));
-            auto const labels = viaText(via).substr(via.intf.stringValue().size());
-            vias[via] = (top.fec.empty() ? via.intf.stringValue() : top.fec) + labels;
+        auto text = list.segmentListId().stringValue() + " [";
+        for (std::uint32_t i = 0; i < list.size(); ++i) {
+            text += (i ? " " : "") + list.segmentLabel(i).stringValue();
         }
-        if (vias.empty()) error = 2;
-        text += std::to_string(error);
-        if (error != 1) return text;
+        if (!res) return text + "] -\n";
+        text += "] " + std::to_string(static_cast<int>(res->error));
+        if (res->error != SegmentListResolveError::noError) return text + "\n";
         text += ":";
-        for (auto const& [via, printed] : vias) text += " " + printed;
-        return text;
+        for (auto via : res->mplsViaSet.via()) {
+            auto const fec = res->externalFecId;
+            if (fec.isTunnel())
+                via.intf = Wirex::IntfId::dynamicTunnel(fec.payload());
+            else if (!fec.isNone())
+                via.intf = Wirex::IntfId::hierarchicalFec(plainOfTunnel);
+            text += " " + viaText(via);
+        }
+        return text + "\n";
     }
 
     // What holds between any two steps.
@@ -208,18 +147,15 @@ protected:
             ASSERT_TRUE(!tunnel || tunnel->viaCount() > 0);
         }
     }
-    void checkOutputs() {
+    void checkOutputs() const {
         std::map<SegmentListId, std::string> lists;
-        for (auto const& [key, list] : held) {
-            lists[list->segmentListId()] = expected(list->segmentListId(), key);
-        }
+        for (auto const& [key, list] : held) lists[list->segmentListId()] = expected(*list);
         std::string text;
-        for (auto const& [id, line] : lists) text += line + "\n";
+        for (auto const& [id, line] : lists) text += line;
         ASSERT_EQ(outputs(), text);
     }
 
     std::mt19937 random{GetParam()};
-    std::map<std::uint64_t, std::pair<std::uint32_t, std::uint32_t>> paths;
     std::set<std::uint32_t> strays;  // left by an earlier run
 };
 

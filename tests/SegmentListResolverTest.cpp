@@ -88,7 +88,6 @@ TEST(ComputeEgressMplsVia, TheStackAndTheTunnelBelowItFitTheDepthExactly) {
         Stack below;
         TiLfaLabelSizes sizes;
         Error error;
-        Error before = Error::noError;
     };
     Case const cases[] = {
         {"exact", 4, {100, 101}, {17, 18}, {0, 0}, Error::noError},
@@ -105,16 +104,9 @@ TEST(ComputeEgressMplsVia, TheStackAndTheTunnelBelowItFitTheDepthExactly) {
         {"nothing, unknown depth", {}, {}, {}, {1, 8}, Error::zeroResolvedLabels},
         {"sizes do not wrap at 256", 255, {100}, {}, {255, 0}, Error::exceedsMsd},
         {"as many as fit", 255, {100}, {}, {254, 254}, Error::noError},
-        {"an earlier via's error stays",
-         0,
-         {100},
-         {17},
-         {0, 0},
-         Error::backupExceedsMsd,
-         Error::backupExceedsMsd},
     };
     for (auto const& c : cases) {
-        auto error = c.before;
+        auto error = Error::noError;
         computeEgressMplsVia({Action::push, c.own}, Action::push, c.below, nextHop, et1,
                              depth(c.msd), error, false, c.sizes);
         EXPECT_EQ(error, c.error) << c.name;
@@ -175,11 +167,8 @@ class SegmentListResolverTest : public testing::Test {
 protected:
     SegmentListResolverTest() { Keel::activityClockIs(&clock); }
 
-    Quor::Ptr<SegmentList const> list(std::vector<std::uint32_t> const& labels,
-                                      std::uint64_t distinguisher = DistinguisherId::policyList) {
-        Wirex::MplsLabelOperation operation;
-        for (auto const label : labels) operation.stack.append(Wirex::MplsLabel(label));
-        return tables->segmentList(operation, PolicyId(), DistinguisherId(distinguisher));
+    Quor::Ptr<SegmentList const> list(Stack const& labels) {
+        return tables->segmentList({Action::push, labels}, PolicyId(), DistinguisherId());
     }
     void top(SegmentList const& of, Quor::Ptr<SegmentViaInfo const> const& viaInfo,
              bool overTiLfa = false) {
@@ -260,16 +249,6 @@ TEST_F(SegmentListResolverTest, WithoutAViaOrALabelThereAreZeroResolvedLabels) {
     EXPECT_EQ(resolved(*one), "2:");
     top(*one, over({Mpls::LfibMplsVia{{}, et1, {Action::pop, {}}}}));
     EXPECT_EQ(resolved(*one), "2: Et1()");
-}
-
-TEST_F(SegmentListResolverTest, OnlyListsOfPoliciesRideOnAProtectedTop) {
-    auto const ofPolicy = list({16, 17});
-    auto const ofNextHop = list({16, 17}, 5);
-    top(*ofPolicy, over({pushOver(tiLfa(1), {100})}), true);
-    EXPECT_EQ(resolved(*ofPolicy), "1: tunnel 12-1(100 17)");
-    EXPECT_EQ(resolved(*ofNextHop), "none");
-    top(*ofPolicy, over({push("Et1", {100})}));
-    EXPECT_EQ(resolved(*ofNextHop), "1: Et1(100 17)");
 }
 
 TEST_F(SegmentListResolverTest, TheFirstViaThatDoesNotFitNamesTheError) {

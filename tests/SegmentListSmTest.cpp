@@ -210,20 +210,6 @@ TEST_F(SegmentListSmTest, AClogDelaysTheTaskButNotNewLists) {
     EXPECT_THAT(traces.take(), testing::Contains("Processed 1 segment lists, delay task: 0"));
 }
 
-TEST_F(SegmentListSmTest, TheTaskYieldsBetweenLists) {
-    scheduler->yieldAfterWorkIs(2);
-    for (std::uint32_t below = 20; below < 23; ++below) hold({16, below});
-    run();
-    route(16, {push("Et1", {100})});
-    scheduler->runOne();
-    EXPECT_EQ(tunnels->entry().size(), 2u);
-    EXPECT_FALSE(sm->drained());
-    scheduler->runOne();
-    EXPECT_EQ(tunnels->entry().size(), 3u);
-    EXPECT_TRUE(sm->drained());
-    EXPECT_FALSE(scheduler->runOne());
-}
-
 TEST_F(SegmentListSmTest, LeftoversOfAnEarlierRunGoAfterTheFirstBacklog) {
     Tunnel::TunnelTable::MplsVia const via{
         {}, Wirex::IntfId::physical("Et9"), {Action::push, {900}}};
@@ -321,6 +307,7 @@ TEST_F(SegmentListSmTest, ItWorksBetweenItsStartAndItsDeletion) {
 
     log.clear();
     route(16, {push("Et2", {100})});
+    msd(11);
     sm->handleDel();
     EXPECT_THAT(log, ElementsAre("-tunnel 1", "-tunnel 2", "-status 1", "-status 2", "-export 1",
                                  "-export 2"));
@@ -331,7 +318,7 @@ TEST_F(SegmentListSmTest, ItWorksBetweenItsStartAndItsDeletion) {
     hold({18});
     release({17});
     routeDel(16);
-    msd(11);
+    msd(12);
     run();
     EXPECT_THAT(log, ElementsAre("+status 9"));
 }
@@ -356,6 +343,9 @@ TEST_F(SegmentListSmTest, ADumpShowsTheTaskTheSegmentsAndWhatWaits) {
     EXPECT_EQ(dump(), idle);
     route(16, {push("Et1", {100})});
     EXPECT_EQ(dump(), idle + "  segmentListId: 1, size: 3, segmentIds: 1 2 1\n");
+    release({16, 17, 16});
+    release({17});
+    EXPECT_THAT(dump(), testing::EndsWith("Map: \n"));
 }
 
 }  // namespace
