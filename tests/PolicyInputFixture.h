@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -150,45 +151,49 @@ protected:
     std::string labelsOf(SegmentListId id) const {
         auto const* const user = users->segmentListUser(id);
         if (!user) return "unregistered";
-        std::string text;
+        std::ostringstream text;
         for (std::uint32_t i = 0; i < user->segmentList()->size(); ++i) {
-            text += (i ? "," : "") + user->segmentList()->segmentLabel(i).stringValue();
+            text << (i ? "," : "") << user->segmentList()->segmentLabel(i).value();
         }
-        return text;
+        return text.str();
+    }
+    static std::string bsidText(std::uint32_t bsid) {
+        if (bsid == noBsid) return "";
+        return std::string(" bsid ").append(std::to_string(bsid));
     }
     // CANDIDATE [bsid N] [enlp N]: LABELSxWEIGHT...
     std::string selected() const {
-        std::string text;
+        std::ostringstream text;
         std::set<SegmentListId> named;
         auto const& entries = selectionInput->policyIdEntry();
         for (auto row = entries.begin(); row; row.next()) {
             auto const& entry = row.value();
-            text += name(row.key());
-            if (!entry.bindingSid.isNull()) text += " bsid " + entry.bindingSid.stringValue();
-            if (entry.enlp != Enlp()) text += " enlp " + entry.enlp.stringValue();
-            text += ":";
+            text << name(row.key()) << bsidText(entry.bindingSid.value());
+            if (entry.enlp != Enlp()) text << " enlp " << entry.enlp.value();
+            text << ":";
             for (auto const& [id, weight] : entry.wSegmentList) {
-                text += " " + labelsOf(id) + "x" + std::to_string(weight);
+                text << " " << labelsOf(id) << "x" << weight;
                 named.insert(id);
             }
-            text += "\n";
+            text << "\n";
         }
         // Exactly the named lists live, each for the one candidate that names it.
         EXPECT_EQ(users->segmentListUser().size(), named.size());
         EXPECT_EQ(dedup->notifyingSegmentListCollection()->segmentListNotifier().size(),
                   named.size());
-        return text;
+        return text.str();
     }
-    // CANDIDATE: REASON [bsid N] since TIME
-    std::string listed() const {
-        std::string text;
+    // CANDIDATE: REASON [bsid N] [since TIME]
+    std::string listed(bool withTimes = true) const {
+        std::ostringstream text;
         for (auto row = verdicts->candidate().begin(); row; row.next()) {
             auto const& [time, reason, bsid] = row.value();
-            text += name(row.key()) + ": " + std::to_string(static_cast<unsigned>(reason));
-            if (!bsid.isNull()) text += " bsid " + bsid.stringValue();
-            text += " since " + std::to_string(static_cast<int>(time)) + "\n";
+            text << name(row.key()) << ": " << static_cast<unsigned>(reason)
+                 << bsidText(bsid.value());
+            if (withTimes) text << " since " << time;
+            text << "\n";
         }
-        return text;
+        return text.str();
     }
     PolicyInvalidReason reasonOf(Path const& path) const {
         auto const* const info = verdicts->candidate(path.id());
