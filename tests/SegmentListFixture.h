@@ -16,6 +16,29 @@
 
 namespace SrTePolicy {
 
+inline Tunnel::TunnelTable::TunnelId tiLfa(std::uint64_t index) {
+    return Tunnel::TunnelTable::TunnelId::make(Tunnel::TunnelTable::TunnelType::tiLfa, index);
+}
+inline Mpls::LfibMplsVia push(char const* intf, Wirex::BoundedMplsLabelStack const& labels) {
+    return {Wirex::IpGenAddr::ipv4(0x0A000001),
+            Wirex::IntfId::physical(intf),
+            {Wirex::MplsLabelAction::push, labels}};
+}
+inline Mpls::LfibMplsVia pushOver(Tunnel::TunnelTable::TunnelId tunnel,
+                                  Wirex::BoundedMplsLabelStack const& labels) {
+    return {
+        {}, Wirex::IntfId::dynamicTunnel(tunnel.value()), {Wirex::MplsLabelAction::push, labels}};
+}
+/// INTF(LABELS)
+inline std::string viaText(Tunnel::TunnelTable::MplsVia const& via) {
+    auto text = via.intf.stringValue() + "(";
+    for (std::size_t i = 0; i < via.operation.stack.size(); ++i) {
+        if (i > 0) text += ' ';
+        text += via.operation.stack.label(i).stringValue();
+    }
+    return text + ")";
+}
+
 /// A router with label routes, and segment lists that somebody holds: the dedup tables, the segment
 /// machine and the segment-list machine over an LFIB. Every test is left to a restart that must not
 /// write a single row.
@@ -119,15 +142,6 @@ protected:
         writer.lfibRouteIs(std::move(written));
     }
     void routeDel(std::uint32_t label) { writer.lfibRouteDel(keyOf(label)); }
-    static Mpls::LfibMplsVia push(char const* intf, Stack const& labels) {
-        return {Wirex::IpGenAddr::ipv4(1), Wirex::IntfId::physical(intf), {Action::push, labels}};
-    }
-    static Mpls::LfibMplsVia pushOver(TunnelId tunnel, Stack const& labels) {
-        return {{}, Wirex::IntfId::dynamicTunnel(tunnel.value()), {Action::push, labels}};
-    }
-    static TunnelId tiLfa(std::uint64_t index) {
-        return TunnelId::make(Tunnel::TunnelTable::TunnelType::tiLfa, index);
-    }
     // A protected link whose paths push so many labels.
     void protect(std::uint64_t index, std::uint32_t primary, std::uint32_t backup) {
         auto const path = [](std::uint32_t count) {
@@ -151,26 +165,20 @@ protected:
         if (auto const* const copy = exported->segmentList(id)) {
             text += " [";
             for (std::uint32_t i = 0; i < copy->size; ++i) {
-                text += (i ? " " : "") + copy->segment[i].stringValue();
+                if (i > 0) text += ' ';
+                text += copy->segment[i].stringValue();
             }
             text += "] ";
         } else {
             text += " - ";
         }
         auto const error = status->status(id);
-        text += error ? std::to_string(static_cast<int>(*error)) : "-";
+        text += error ? std::to_string(static_cast<int>(*error)) : std::string("-");
         auto const* const entry = tunnels->entry(id.getTunnelId());
         if (!entry) return text;
         text += ":";
-        for (auto const& via : entry->vias()) text += " " + viaText(via);
+        for (auto const& via : entry->vias()) text.append(" ").append(viaText(via));
         return text;
-    }
-    static std::string viaText(Tunnel::TunnelTable::MplsVia const& via) {
-        auto text = via.intf.stringValue() + "(";
-        for (std::size_t i = 0; i < via.operation.stack.size(); ++i) {
-            text += (i ? " " : "") + via.operation.stack.label(i).stringValue();
-        }
-        return text + ")";
     }
     // Of every list that an output names.
     std::set<std::uint32_t> ids() const {
@@ -224,7 +232,7 @@ private:
         return tables->segmentList(operation, policy(), DistinguisherId(key.distinguisher));
     }
     void wrote(bool present, char const* table, std::uint64_t id) {
-        log.push_back((present ? "+" : "-") + std::string(table) + " " + std::to_string(id));
+        log.push_back(std::string(present ? "+" : "-") + table + " " + std::to_string(id));
     }
 
     Quor::Reactor<SegmentListId> exportReactor_{

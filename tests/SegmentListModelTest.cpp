@@ -113,7 +113,8 @@ protected:
 
         auto text = list.segmentListId().stringValue() + " [";
         for (std::uint32_t i = 0; i < list.size(); ++i) {
-            text += (i ? " " : "") + list.segmentLabel(i).stringValue();
+            if (i > 0) text += ' ';
+            text += list.segmentLabel(i).stringValue();
         }
         if (!res) return text + "] -\n";
         text += "] " + std::to_string(static_cast<int>(res->error));
@@ -125,7 +126,7 @@ protected:
                 via.intf = Wirex::IntfId::dynamicTunnel(fec.payload());
             else if (!fec.isNone())
                 via.intf = Wirex::IntfId::hierarchicalFec(plainOfTunnel);
-            text += " " + viaText(via);
+            text.append(" ").append(viaText(via));
         }
         return text + "\n";
     }

@@ -1,11 +1,4 @@
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "Platform/Keel/Clock.h"
-#include "SrTePolicy/SrTePolicyCoreDedupTable.h"
-#include "SrTePolicy/SrTePolicySegmentListResolver.h"
+#include "tests/SegmentListFixture.h"
 #include "tests/SyslogLines.h"
 #include "tests/TraceLines.h"
 
@@ -16,12 +9,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Tunnel::TunnelTable::MplsVia;
 using Tunnel::TunnelTable::TiLfaTunnelTable;
-using Tunnel::TunnelTable::TunnelId;
-using Tunnel::TunnelTable::TunnelType;
 using Wirex::IntfId;
 using Wirex::IpGenAddr;
-using Wirex::MplsLabelAction;
-using Action = MplsLabelAction;
+using Action = Wirex::MplsLabelAction;
 using Error = SegmentListResolveError;
 using Stack = Wirex::BoundedMplsLabelStack;
 
@@ -32,10 +22,6 @@ Quor::Ptr<Routing::Hardware::Status const> depth(std::optional<std::uint8_t> lab
     auto const hw = Quor::makePtr<Routing::Hardware::Status>();
     hw->maxLabelPushDepth.valueIs(labels);
     return hw;
-}
-
-TunnelId tiLfa(std::uint64_t index) {
-    return TunnelId::make(TunnelType::tiLfa, index);
 }
 
 TEST(ComputeEgressMplsVia, TheActionDecidesWhatBecomesOfTheLabelsBelowTheTop) {
@@ -197,11 +183,7 @@ protected:
         if (!res) return "none";
         auto text = std::to_string(static_cast<int>(res->error)) + ":";
         for (auto const& via : res->mplsViaSet.via()) {
-            text += " " + via.intf.stringValue() + "(";
-            for (std::size_t i = 0; i < via.operation.stack.size(); ++i) {
-                text += (i ? " " : "") + via.operation.stack.label(i).stringValue();
-            }
-            text += ")";
+            text.append(" ").append(viaText(via));
         }
         return res->externalFecId.isNone() ? text : text + " " + res->externalFecId.stringValue();
     }
@@ -212,13 +194,6 @@ protected:
     Quor::Ptr<TiLfaTunnelTable> tiLfaTunnels = Quor::makePtr<TiLfaTunnelTable>();
     Quor::Ptr<Routing::Hardware::Status const> hw;
 };
-
-Mpls::LfibMplsVia push(char const* intf, Stack const& labels) {
-    return {nextHop, IntfId::physical(intf), {Action::push, labels}};
-}
-Mpls::LfibMplsVia pushOver(TunnelId tunnel, Stack const& labels) {
-    return {{}, IntfId::dynamicTunnel(tunnel.value()), {Action::push, labels}};
-}
 
 TEST_F(SegmentListResolverTest, TheTopGivesTheViasAndTheRestGoesBelow) {
     auto const three = list({16, 17, 18});
