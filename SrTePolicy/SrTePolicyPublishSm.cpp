@@ -278,7 +278,7 @@ void PolicyPublishSm::walkColoredRib() {
         if (row) coloredRibBookmark_ = row.key();
         handlePopulateColoredRib(entry, staticCfg_->coloredRib());
         ++count;
-        if (backlog_.task()->taskShouldYield()) break;
+        if (backlog_.shouldYield()) break;
     }
     if (count == 0 || !initialized_) return;
     backlog_.task()->taskWorkCountInc(count);

@@ -225,6 +225,16 @@ TEST_F(PolicyPublishSmTest, TheColoredRibWalkYieldsAndNewPoliciesFollowAtOnce) {
     EXPECT_EQ(tunnels(), "");
 }
 
+TEST_F(PolicyPublishSmTest, TheColoredRibWalkStopsWithTheMachine) {
+    restartsHitless = false;
+    for (auto const& policy : {P, Q}) publish(policy, {});
+    Quor::Reactor<TunnelId> const ending{policyTunnels->entry(), sm.get(),
+                                         [](auto& machine, auto const&) { machine.handleDel(); }};
+    config->coloredRib.valueIs(true);
+    run();
+    EXPECT_EQ(published() + fecs() + rows() + tunnels(), "");
+}
+
 TEST_F(PolicyPublishSmTest, AYieldLeavesABookmark) {
     Fastlog::levelMaskIs("*", 1u << 9);
     scheduler->yieldAfterWorkIs(1);
