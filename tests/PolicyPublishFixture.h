@@ -163,6 +163,11 @@ protected:
         return ctx.text();
     }
 
+    void wrote(bool present, char const* table, std::string const& row) {
+        log.push_back(std::string(1, present ? '+' : '-').append(table).append(" ").append(row));
+        if (writesUntilCrash > 0 && --writesUntilCrash == 0) throw Crash();
+    }
+
     Keel::VirtualClock clock;
     Quor::Ptr<Keel::TaskScheduler> scheduler = Quor::makePtr<Keel::TaskScheduler>(clock);
     Quor::Ptr<EcPolicy> ecPolicy = ecPolicyFactory();
@@ -175,7 +180,9 @@ protected:
     Quor::Ptr<PolicyPublishSm> sm;
 
     bool restartsHitless = true;
-    std::vector<std::string> log;  // every write of an output, in order
+    struct Crash {};
+    std::uint32_t writesUntilCrash = 0;  // 0: never
+    std::vector<std::string> log;        // every write of an output, in order
     std::vector<std::string> syslogs;
     std::vector<std::string> traces;
 
@@ -186,10 +193,6 @@ private:
     void line(Fastlog::Facility const&, int, double, std::string_view text) override {
         traces.emplace_back(text);
     }
-    void wrote(bool present, char const* table, std::string const& row) {
-        log.push_back(std::string(1, present ? '+' : '-').append(table).append(" ").append(row));
-    }
-
     Quor::Reactor<PolicyKey> statusReactor_{
         status->policyStatusEntry(), this, [](auto& self, auto const& changed) {
             self.wrote(self.status->policyStatusEntry().has(changed), "status", name(changed));

@@ -3,6 +3,7 @@
 #include <set>
 #include <sstream>
 
+#include "SrTePolicy/SrTePolicyLfibGenSm.h"
 #include "tests/PolicyPublishFixture.h"
 
 namespace SrTePolicy {
@@ -11,11 +12,56 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// Random inputs, yields and restarts: whenever nothing is left to do, the outputs are the function
-// of the inputs that is written down here. Who holds a binding SID and which numbers the FECs have
-// is history, and taken from the status.
+// Random inputs, yields, restarts and crashes: whenever nothing is left to do, the outputs are the
+// function of the inputs that is written down here. Who holds a binding SID and which numbers the
+// FECs have is history, and taken from the status.
 class PolicyPublishModelTest : public PolicyPublishFixture {
 protected:
+    PolicyPublishModelTest() { restartBoth(); }
+
+    void restartBoth() {
+        sm = nullptr;
+        lfibGen = nullptr;
+        lfibGen = srTePolicyLfibGenSmFactory(status, lfib);
+        lfibGen->handleInitialized();
+        start();
+    }
+    // The agent dies between two writes: of its work, or already of its next start.
+    void crash() {
+        for (int times = 2; times > 0; --times) {
+            for (auto step = random(6); step > 0; --step) change();
+            writesUntilCrash = 1 + random(8);
+            try {
+                scheduler->runReady();
+                restartBoth();
+                scheduler->runReady();
+            } catch (Crash const&) {
+                sm = nullptr;
+                lfibGen = nullptr;
+            }
+        }
+        writesUntilCrash = 0;
+        restartBoth();
+    }
+    // What readers of the tables may rely on at any time between two runs.
+    void expectNoDanglingNames() const {
+        std::set<Wirex::MplsLabel> held;
+        for (auto row = status->policyStatusEntry().begin(); row; row.next()) {
+            auto const& entry = row.value();
+            for (auto const fecId : {entry.labelFecId, entry.v4FecId, entry.v6FecId}) {
+                EXPECT_TRUE(fwdStatus->fec(fecId)) << number(fecId);
+                EXPECT_EQ(status->fecIdToPolicyKey().get(fecId), entry.key);
+            }
+            EXPECT_TRUE(entry.bindingSid.isNull() || held.insert(entry.bindingSid).second);
+        }
+        for (auto row = status->fecIdToPolicyKey().begin(); row; row.next()) {
+            EXPECT_TRUE(status->policyStatusEntry().has(row.value())) << number(row.key());
+        }
+        for (auto row = lfib->rows().begin(); row; row.next()) {
+            EXPECT_TRUE(fwdStatus->fec(row.value()->route.extFecVia.fecId));
+        }
+    }
+
     std::uint32_t random(std::uint32_t count) {
         return static_cast<std::uint32_t>(engine() % count);
     }
@@ -54,6 +100,7 @@ protected:
         std::string expectedFecs;
         std::string expectedRows;
         std::string expectedTunnels;
+        std::string expectedRoutes;
         for (auto const& policy : policies) {
             auto const* const active = publishable(policy);
             auto const entry = status->policyStatusEntry(policy);
@@ -66,6 +113,10 @@ protected:
             if (!entry) continue;
 
             ++bsids[entry.bindingSid].second;
+            if (!entry.bindingSid.isNull()) {
+                expectedRoutes +=
+                    entry.bindingSid.stringValue() + " " + number(entry.labelFecId) + "\n";
+            }
             EXPECT_EQ(entry.bindingSid, active->bindingSid) << name(policy);
             EXPECT_EQ(entry.candidate, active->policyId.candidate) << name(policy);
             auto const fec = [&](FecId fecId, Wirex::MplsLabel label) {
@@ -91,6 +142,16 @@ protected:
         EXPECT_EQ(lines(fecs()), lines(expectedFecs));
         EXPECT_EQ(lines(rows()), lines(expectedRows));
         EXPECT_EQ(lines(tunnels()), lines(config->coloredRib() ? expectedTunnels : ""));
+        EXPECT_EQ(lines(routes()), lines(expectedRoutes));
+    }
+    // LABEL NUMBER
+    std::string routes() const {
+        std::string text;
+        for (auto row = lfib->rows().begin(); row; row.next()) {
+            text +=
+                row.key().stringValue() + " " + number(row.value()->route.extFecVia.fecId) + "\n";
+        }
+        return text;
     }
     static std::multiset<std::string> lines(std::string const& text) {
         std::istringstream in(text);
@@ -99,6 +160,12 @@ protected:
         return lines;
     }
 
+    Quor::Ptr<Mpls::LfibStatus> lfib = Quor::makePtr<Mpls::LfibStatus>();
+    Quor::Ptr<SrTePolicyLfibGenSm> lfibGen;
+    Quor::Reactor<Mpls::RouteKey> routeReactor{
+        lfib->rows(), this, [](auto& self, auto const& changed) {
+            self.wrote(self.lfib->rows().has(changed), "route", changed.stringValue());
+        }};
     std::mt19937 engine{20240613};
     std::vector<PolicyKey> const policies = {P, Q, R, key("10.0.0.4"), key("10.0.0.5")};
 };
@@ -109,18 +176,20 @@ TEST_F(PolicyPublishModelTest, OutputsAreAFunctionOfTheInputs) {
         for (auto step = random(12); step > 0; --step) {
             change();
             for (auto runs = random(3); runs > 0; --runs) scheduler->runOne();
+            expectNoDanglingNames();
         }
-        if (random(4) == 0) restart();
+        if (random(4) == 0) restartBoth();
+        if (random(4) == 0) crash();
         run();
         SCOPED_TRACE("round " + std::to_string(round));
         expectOutputs();
         log.clear();
-        restart();
+        restartBoth();
         run();
         EXPECT_THAT(log, ElementsAre());
     }
     for (auto const& policy : policies) withdraw(policy);
-    EXPECT_EQ(published() + fecs() + rows() + tunnels(), "");
+    EXPECT_EQ(published() + fecs() + rows() + tunnels() + routes(), "");
     EXPECT_THAT(dump(), HasSubstr("bindingSidPolicyMap #0 \n  policyBindingSidMap #0 \n"));
     clock.advance(300.1);
     publish(P, {});
