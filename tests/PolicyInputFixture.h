@@ -145,8 +145,10 @@ protected:
     }
 
     static std::string name(PolicyId const& id) {
-        return (id.key == P ? "P" : "Q") + protocolEnumToString(id.candidate.protocol) +
-               std::to_string(id.candidate.discriminator);
+        std::ostringstream text;
+        text << (id.key == P ? "P" : "Q") << protocolEnumToString(id.candidate.protocol)
+             << id.candidate.discriminator;
+        return text.str();
     }
     std::string labelsOf(SegmentListId id) const {
         auto const* const user = users->segmentListUser(id);
@@ -252,12 +254,14 @@ protected:
 
     Quor::Reactor<PolicyId> entryReactor{
         selectionInput->entrySubject(), this, [](PolicyInputFixture& self, PolicyId const& id) {
-            self.log.push_back((self.selectionInput->policyIdEntry(id) ? "+" : "-") + name(id));
+            bool const there = self.selectionInput->policyIdEntry(id);
+            self.log.push_back(std::string(there ? "+" : "-").append(name(id)));
         }};
-    Quor::Reactor<PolicyId> bindingSidReactor{selectionInput->bindingSidSubject(), this,
-                                              [](PolicyInputFixture& self, PolicyId const& id) {
-                                                  self.log.push_back("bsid " + name(id));
-                                              }};
+    Quor::Reactor<PolicyId> bindingSidReactor{
+        selectionInput->bindingSidSubject(), this,
+        [](PolicyInputFixture& self, PolicyId const& id) {
+            self.log.push_back(std::string("bsid ").append(name(id)));
+        }};
 };
 
 }  // namespace SrTePolicy::Test
