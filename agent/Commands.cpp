@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <istream>
 #include <ostream>
@@ -33,6 +34,9 @@ std::string readText(std::istream& input, std::string const& fileName) {
 
 std::string readFile(std::string const& fileName, Streams const& streams) {
     if (fileName == "-") return readText(streams.in, fileName);
+    if (std::filesystem::is_directory(fileName)) {
+        throw InputError({{fileName, 0, 0, "is a directory"}});
+    }
     std::ifstream file(fileName, std::ios::binary);
     if (!file) throw InputError({{fileName, 0, 0, std::strerror(errno)}});
     return readText(file, fileName);

@@ -33,6 +33,19 @@ char const* invalidReasonText(PolicyInvalidReason reason) {
     return "usable";
 }
 
+/// As files write it: "bgp 65001 192.0.2.9 7".
+std::string fromText(CandidateId const& id) {
+    std::string protocol;
+    switch (id.protocol) {
+        case Protocol::pcep: protocol = "pcep"; break;
+        case Protocol::bgp: protocol = "bgp"; break;
+        case Protocol::config: protocol = "config"; break;
+        default: protocol = std::to_string(static_cast<std::uint32_t>(id.protocol));
+    }
+    return protocol + " " + std::to_string(id.originatorAs) + " " + id.originator.stringValue() +
+           " " + std::to_string(id.discriminator);
+}
+
 Json labelsJson(Wirex::BoundedMplsLabelStack const& stack) {
     auto labels = Json::array();
     for (std::size_t i = 0; i < stack.size(); ++i) labels.push_back(stack.label(i).value());
@@ -97,7 +110,7 @@ private:
             row = unpublished(record.id().candidate);
         }
         row["preference"] = record.entry.preference.value();
-        row["from"] = candidateIdText(record.id().candidate);
+        row["from"] = fromText(record.id().candidate);
         if (!record.entry.bindingSid.isNull()) row["bsid"] = record.entry.bindingSid.value();
         row["lists"] = lists(record, valid);
         return row;

@@ -9,24 +9,28 @@ namespace {
 
 using namespace SrTePolicy;
 
-Json segmentJson(Host const& host, SegmentMplsLabel const& segment) {
-    auto const status = host.machines()->tables().segmentStatus->status(segment.segmentId());
-    Json row{{"id", segment.segmentId().value()}};
-    auto const viaInfo = status ? status->viaInfo() : nullptr;
-    if (!viaInfo) {
-        row["state"] = status ? "incomplete" : "unresolved";
-        return row;
-    }
-    bool const overFec = viaInfo->viaType() == Mpls::LfibViaType::extFec;
-    row["state"] = status->resolvedOverTiLfa() ? "resolved-over-ti-lfa" : "resolved";
-    if (overFec) row["fec"] = viaInfo->extFecVia().fecId.stringValue();
-    if (overFec) return row;
-    row["vias"] = Json::array();
-    for (auto via = viaInfo->mplsVia().begin(); via; via.next()) {
+/// Where a segment's packets go: over a FEC, or over vias. Empty when nowhere.
+Json forwardingJson(Host const& host, SegmentViaInfo const& viaInfo) {
+    auto row = Json::object();
+    auto const& fecVia = viaInfo.extFecVia();
+    if (fecVia != Mpls::LfibExtFecVia()) row["fec"] = fecVia.fecId.stringValue();
+    for (auto via = viaInfo.mplsVia().begin(); via; via.next()) {
         auto const& [nextHop, intf, operation] = via.value();
         row["vias"].push_back(viaJson(host, nextHop, intf, operation));
     }
-    if (row["vias"].empty()) row["state"] = "incomplete";
+    return row;
+}
+
+Json segmentJson(Host const& host, SegmentMplsLabel const& segment) {
+    auto const status = host.machines()->tables().segmentStatus->status(segment.segmentId());
+    auto const viaInfo = status ? status->viaInfo() : nullptr;
+    auto const forwarding = viaInfo ? forwardingJson(host, *viaInfo) : Json::object();
+    char const* state = status ? "incomplete" : "unresolved";
+    if (!forwarding.empty()) {
+        state = status->resolvedOverTiLfa() ? "resolved-over-ti-lfa" : "resolved";
+    }
+    Json row{{"id", segment.segmentId().value()}, {"state", state}};
+    row.update(forwarding);
     return row;
 }
 

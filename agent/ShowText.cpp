@@ -71,7 +71,7 @@ std::vector<std::string> columnsOf(Rows const& rows) {
     return columns;
 }
 
-void addRow(std::string const& key, Json const& row, std::vector<std::string> const& columns,
+void addRow(TextTable::Line const& begin, Json const& row, std::vector<std::string> const& columns,
             TextTable& table) {
     std::vector<std::vector<std::string>> cells;
     std::size_t height = 1;
@@ -80,20 +80,22 @@ void addRow(std::string const& key, Json const& row, std::vector<std::string> co
         height = std::max(height, cells.back().size());
     }
     for (std::size_t i = 0; i < height; ++i) {
-        TextTable::Line line{i == 0 ? key : ""};
+        auto line = i == 0 ? begin : TextTable::Line(begin.size());
         for (auto const& cell : cells) line.push_back(i < cell.size() ? cell[i] : "");
         table.add(std::move(line));
     }
 }
 
+/// Messages tell their identifiers themselves.
 void printTable(std::ostream& out, std::string const& word, Rows const& rows) {
-    if (rows.empty()) return;
+    using Line = TextTable::Line;
+    bool const keyed = word != "syslog";
     auto const columns = columnsOf(rows);
-    TextTable table;
-    TextTable::Line head{word};
+    auto head = keyed ? Line{word} : Line();
     head.insert(head.end(), columns.begin(), columns.end());
+    TextTable table;
     table.add(std::move(head));
-    for (auto const& [key, row] : rows) addRow(key, row, columns, table);
+    for (auto const& [key, row] : rows) addRow(keyed ? Line{key} : Line(), row, columns, table);
     table.print(out);
 }
 

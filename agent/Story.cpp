@@ -86,9 +86,13 @@ Json Story::summary(Host const& host, PolicyKey const& key) {
     showPolicies(host, rows);
     if (rows.empty()) return nullptr;
     Json summary = rows.begin()->second;
-    summary.erase("candidates");
     auto const* const status = host.tables().policyStatus->policyStatusEntry().find(key);
-    if (status) summary["paths"] = pathsJson(traceFec(host.tables(), status->labelFecId));
+    if (status) {
+        summary.erase("candidates");
+        summary["paths"] = pathsJson(traceFec(host.tables(), status->labelFecId));
+    } else if (summary.contains("candidates")) {
+        for (auto& candidate : summary["candidates"]) candidate = candidate["reason"];
+    }
     return summary;
 }
 

@@ -37,8 +37,9 @@ public:
     void settled();
 
     std::vector<Chapter> const& chapters() const { return chapters_; }
-    /// How a policy is now: its state with the reason, what is active, and how its packets leave
-    /// (`paths`). Null when there is no such policy.
+    /// How a policy is now: its state; when it is up what is active, and how its packets leave
+    /// (`paths`); when it is down the reasons, its own and that of each candidate. Null when there
+    /// is no such policy.
     static Json summary(Host const& host, PolicyKey const& key);
 
 private:

@@ -64,8 +64,17 @@ std::string upText(Json const& summary, Paint const& paint) {
            (summary.contains("bsid") ? ", BSID " + field(summary, "bsid") : "");
 }
 
+/// "down: no-usable-candidate (main no-usable-list, spare bsid-in-use)".
 std::string downText(Json const& summary, Paint const& paint) {
-    return paint.bad("down") + (summary.contains("reason") ? ": " + field(summary, "reason") : "");
+    auto text = paint.bad("down");
+    if (!summary.contains("reason")) return text + ", not looked at yet";
+    text += ": " + field(summary, "reason");
+    std::string candidates;
+    for (auto const& [name, reason] : summary["candidates"].items()) {
+        if (!candidates.empty()) candidates += ", ";
+        candidates += name + " " + scalarText(reason);
+    }
+    return candidates.empty() ? text : text + " (" + candidates + ")";
 }
 
 /// In few words, what a change is about.
@@ -85,6 +94,10 @@ std::string changeText(Story::Change const& change, Paint const& paint) {
     return text.empty() ? "leaves on other paths" : text;
 }
 
+Json pathsOf(Json const& summary) {
+    return summary.is_object() && summary.contains("paths") ? summary["paths"] : Json::array();
+}
+
 void printChapter(std::ostream& out, Story::Chapter const& chapter, bool first,
                   Paint const& paint) {
     out << '\n' << paint.strong(chapterText(chapter, first)) << '\n';
@@ -96,9 +109,8 @@ void printChapter(std::ostream& out, Story::Chapter const& chapter, bool first,
             return;
         }
         out << "  " << policyKeyText(change.key) << "  " << changeText(change, paint) << '\n';
-        if (change.after.is_object() && change.after.contains("paths")) {
-            printPaths(out, "      ", change.after["paths"]);
-        }
+        auto const paths = pathsOf(change.after);
+        if (paths != pathsOf(change.before)) printPaths(out, "      ", paths);
     }
 }
 
@@ -108,7 +120,9 @@ void printEnd(std::ostream& out, Run const& run, Paint const& paint) {
     showPolicies(run.host(), rows);
     std::vector<std::string> down;
     for (auto const& [key, row] : rows) {
-        if (row["state"] != "up") down.push_back(key + "  " + downText(row, paint));
+        if (row["state"] == "up") continue;
+        auto const summary = Story::summary(run.host(), parsePolicyKey(key).value());
+        down.push_back(key + "  " + downText(summary, paint));
     }
     out << '\n' << paint.strong(durationText(run.host().now()) + "  end") << '\n';
     if (!run.host().machines()) out << "  the agent is stopped\n";
