@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "Platform/Quor/NotifyingMap.h"
@@ -16,6 +17,8 @@ struct SRTE_EXPORT WeightedLabels {
     Wirex::MplsLabelOperation labels;
     std::uint32_t weight = 1;
 
+    std::string stringValue() const;
+    std::uint64_t hash(std::uint64_t seed = 0) const;
     friend bool operator==(WeightedLabels const&, WeightedLabels const&) = default;
 };
 
@@ -32,6 +35,8 @@ struct SRTE_EXPORT PolicyInputEntry {
     Preference preference;
     Originator originator;  ///< ranks the candidate; its identity has an originator of its own
 
+    std::string stringValue() const;
+    std::uint64_t hash(std::uint64_t seed = 0) const;
     friend bool operator==(PolicyInputEntry const&, PolicyInputEntry const&) = default;
 };
 

@@ -5,10 +5,8 @@
 namespace SrTePolicy {
 namespace {
 
-std::uint64_t mix(std::uint64_t seed, std::uint64_t value) {
-    auto mixed = (seed ^ value) * 0x9E3779B97F4A7C15u;
-    mixed ^= mixed >> 32;
-    return mixed * 0xD6E8FEB86659FD93u;
+std::uint64_t addressHash(std::uint64_t seed, Wirex::IpGenAddr const& address) {
+    return seededHash(seed, std::hash<Wirex::IpGenAddr>()(address));
 }
 
 }  // namespace
@@ -28,7 +26,7 @@ std::string PolicyKey::stringValue() const {
 }
 
 std::uint64_t PolicyKey::hash(std::uint64_t seed) const {
-    return mix(mix(seed, std::hash<Wirex::IpGenAddr>()(endpoint)), color);
+    return seededHash(addressHash(seed, endpoint), color);
 }
 
 std::string CandidateId::stringValue() const {
@@ -38,10 +36,8 @@ std::string CandidateId::stringValue() const {
 }
 
 std::uint64_t CandidateId::hash(std::uint64_t seed) const {
-    auto const source = mix(seed, std::hash<Wirex::IpGenAddr>()(originator));
-    return mix(
-        mix(source, std::uint64_t{static_cast<std::uint32_t>(protocol)} << 32 | originatorAs),
-        discriminator);
+    auto const source = std::uint64_t{static_cast<std::uint32_t>(protocol)} << 32 | originatorAs;
+    return seededHash(addressHash(seed, originator), source, discriminator);
 }
 
 std::string PolicyId::stringValue() const {
@@ -54,6 +50,10 @@ std::uint64_t PolicyId::hash(std::uint64_t seed) const {
 
 std::string Originator::stringValue() const {
     return address.stringValue() + "(AS" + std::to_string(as) + ")";
+}
+
+std::uint64_t Originator::hash(std::uint64_t seed) const {
+    return seededHash(addressHash(seed, address), as);
 }
 
 std::strong_ordering operator<=>(Originator const& a, Originator const& b) {

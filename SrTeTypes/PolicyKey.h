@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Platform/Wirex/IpGenAddr.h"
+#include "SrTeTypes/SeededHash.h"
 
 namespace SrTePolicy {
 
@@ -71,6 +72,7 @@ public:
     explicit constexpr Preference(std::uint32_t value) : value_(value) {}
     constexpr std::uint32_t value() const { return value_; }
     std::string stringValue() const { return std::to_string(value_); }
+    std::uint64_t hash(std::uint64_t seed = 0) const { return seededHash(seed, value_); }
     friend constexpr auto operator<=>(Preference, Preference) = default;
 
 private:
@@ -85,6 +87,7 @@ struct SRTE_EXPORT Originator {
 
     /// "ADDR(ASn)".
     std::string stringValue() const;
+    std::uint64_t hash(std::uint64_t seed = 0) const;
 
     friend bool operator==(Originator const&, Originator const&) = default;
     friend std::strong_ordering operator<=>(Originator const& a, Originator const& b);
@@ -109,6 +112,7 @@ public:
 
     constexpr std::uint32_t value() const { return value_; }
     std::string stringValue() const { return std::to_string(value_); }
+    std::uint64_t hash(std::uint64_t seed = 0) const { return seededHash(seed, value_); }
     friend constexpr auto operator<=>(Enlp, Enlp) = default;
 
 private:

@@ -25,6 +25,8 @@ struct SRTE_EXPORT PolicyCandidateInfo {
     PolicyInvalidReason reason = PolicyInvalidReason::usable;
     Wirex::MplsLabel bindingSid;  ///< the one that its source asks for
 
+    std::string stringValue() const;
+    std::uint64_t hash(std::uint64_t seed = 0) const;
     friend bool operator==(PolicyCandidateInfo const&, PolicyCandidateInfo const&) = default;
 };
 

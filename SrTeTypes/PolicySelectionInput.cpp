@@ -2,7 +2,25 @@
 
 #include <utility>
 
+#include "SrTeTypes/SeededHash.h"
+
 namespace SrTePolicy {
+
+std::string PolicyIdEntry::stringValue() const {
+    auto text = policyId.stringValue() + " preference " + preference.stringValue() +
+                " originator " + originator.stringValue() + " bindingSid " +
+                bindingSid.stringValue() + " enlp " + enlp.stringValue() + " wSegmentList #" +
+                std::to_string(wSegmentList.size());
+    for (auto const& list : wSegmentList) text.append(" ").append(list.stringValue());
+    return text + " version " + std::to_string(version);
+}
+
+std::uint64_t PolicyIdEntry::hash(std::uint64_t seed) const {
+    seed = originator.hash(policyId.hash(seed));
+    seed = seededHash(seed, preference.value(), bindingSid.value(), enlp.value(), version);
+    for (auto const& list : wSegmentList) seed = list.hash(seed);
+    return seed;
+}
 
 void PolicySelectionInput::policyIdEntryIs(PolicyIdEntry entry) {
     PolicyId const id = entry.policyId;

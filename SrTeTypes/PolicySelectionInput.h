@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "Platform/Quor/OrderedMap.h"
@@ -29,6 +30,8 @@ struct SRTE_EXPORT PolicyIdEntry {
     std::uint32_t version = 0;
 
     void versionInc() { ++version; }
+    std::string stringValue() const;
+    std::uint64_t hash(std::uint64_t seed = 0) const;
     friend bool operator==(PolicyIdEntry const&, PolicyIdEntry const&) = default;
 };
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Platform/Tunnel/TunnelId.h"
+#include "SrTeTypes/SeededHash.h"
 
 namespace SrTePolicy {
 
@@ -58,6 +59,13 @@ struct SRTE_EXPORT WeightedSegmentListId {
     SegmentListId segmentListId;
     std::uint32_t weight = 1;
 
+    /// "N weight N".
+    std::string stringValue() const {
+        return segmentListId.stringValue() + " weight " + std::to_string(weight);
+    }
+    std::uint64_t hash(std::uint64_t seed = 0) const {
+        return seededHash(seed, segmentListId.value(), weight);
+    }
     friend auto operator<=>(WeightedSegmentListId const&, WeightedSegmentListId const&) = default;
 };
 

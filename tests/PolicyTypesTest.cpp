@@ -1,0 +1,180 @@
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "Platform/Quor/RangeError.h"
+#include "SrTeTypes/PolicyInput.h"
+#include "SrTeTypes/PolicyKeyToIdMap.h"
+#include "SrTeTypes/PolicySelectionInput.h"
+
+namespace SrTePolicy {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Wirex::MplsLabel;
+
+Wirex::IpGenAddr address(char const* text) {
+    return Wirex::IpGenAddr::parse(text).value_or(Wirex::IpGenAddr());
+}
+PolicyId id(char const* endpoint, std::uint32_t color, Protocol protocol, char const* originator,
+            std::uint32_t as, std::uint32_t discriminator) {
+    return {{address(endpoint), color}, {protocol, address(originator), as, discriminator}};
+}
+PolicyId const P = id("192.0.2.5", 100, Protocol::bgp, "192.0.2.9", 65001, 1);
+
+TEST(PolicyTypes, IdentitiesAreOrderedFieldByField) {
+    using enum Protocol;
+    std::vector<PolicyId> const inOrder = {
+        id("", 1, bgp, "::", 9, 9),        id("0.0.0.0", 1, bgp, "", 9, 9),
+        id("0.0.0.0", 2, pcep, "", 9, 9),  id("0.0.0.0", 2, bgp, "", 9, 9),
+        id("0.0.0.0", 2, bgp, "::", 1, 9), id("0.0.0.0", 2, bgp, "::", 2, 1),
+        id("0.0.0.0", 2, bgp, "::", 2, 2), id("0.0.0.0", 2, config, "", 0, 0),
+        id("9.0.0.0", 1, bgp, "", 0, 0),   id("::", 1, bgp, "", 0, 0),
+        id("::1", 1, bgp, "", 0, 0)};
+    EXPECT_TRUE(std::is_sorted(inOrder.begin(), inOrder.end()));
+    for (std::size_t i = 1; i < inOrder.size(); ++i) {
+        EXPECT_NE(inOrder[i - 1], inOrder[i]);
+        EXPECT_NE(inOrder[i - 1].hash(7), inOrder[i].hash(7));
+        EXPECT_LE(PolicyId::lowest(inOrder[i].key), inOrder[i]);
+    }
+    EXPECT_NE(P.hash(1), P.hash(2));
+
+    // The originator that ranks a candidate: the AS first, an IPv4 address as a small number.
+    std::vector<Originator> const ranked = {{address(""), 1},
+                                            {address("192.0.2.9"), 1},
+                                            {address("::c000:209"), 1},
+                                            {address("2001:db8::"), 1},
+                                            {address("10.0.0.1"), 2}};
+    EXPECT_TRUE(std::is_sorted(ranked.begin(), ranked.end()));
+    EXPECT_NE(ranked[1].hash(), ranked[2].hash());
+}
+
+TEST(PolicyTypes, TheEmptyIdIsTheDefault) {
+    PolicyId const empty;
+    EXPECT_EQ(empty, id("", maxU32(), static_cast<Protocol>(maxU32()), "", maxU32(), maxU32()));
+    EXPECT_EQ(empty.stringValue(),
+              "endpoint  color 4294967295 protocol 4294967295 originator (AS4294967295) "
+              "discriminator 4294967295");
+}
+
+TEST(PolicyTypes, TheyPrintTheirFields) {
+    auto const text = P.stringValue();
+    EXPECT_EQ(text,
+              "endpoint 192.0.2.5 color 100 protocol BGP originator 192.0.2.9(AS65001) "
+              "discriminator 1");
+    EXPECT_EQ(protocolEnumToString(Protocol::pcep), "PCEP");
+    EXPECT_EQ(protocolEnumToString(Protocol::config), "config");
+    EXPECT_EQ(protocolEnumToString(static_cast<Protocol>(40)), "40");
+
+    PolicyInputEntry offered(P);
+    offered.bindingSid = MplsLabel(1000);
+    offered.segmentList = {{Wirex::pushOperation({16, 17}), 3}};
+    offered.originator = {address("192.0.2.1"), 1};
+    EXPECT_EQ(offered.stringValue(),
+              text +
+                  " bindingSid 1000 enlp 0 preference 0 originator 192.0.2.1(AS1) "
+                  "segmentList #1 Operation: 3 Stack Size: 2 MPLS Label Stack: "
+                  "TOP ( 16 17 ) BOTTOM weight 3");
+    PolicyIdEntry handedOn(P, Preference(100), offered.originator);
+    handedOn.enlp = Enlp::both();
+    handedOn.wSegmentList = {{SegmentListId(5), 3}, {SegmentListId(6), 1}};
+    handedOn.versionInc();
+    EXPECT_EQ(handedOn.stringValue(),
+              text +
+                  " preference 100 originator 192.0.2.1(AS1) bindingSid 1048576 enlp 3 "
+                  "wSegmentList #2 5 weight 3 6 weight 1 version 1");
+    PolicyCandidateInfo const info{1.5, PolicyInvalidReason::bsidInUse, MplsLabel(1000)};
+    EXPECT_EQ(info.stringValue(), "creationTime 1.500000 reason 3 bindingSid 1000");
+}
+
+TEST(PolicyTypes, AnEntryOfTheIdAloneIsTheAbsentOne) {
+    auto const input = policyInputFactory(Protocol::bgp);
+    EXPECT_EQ(input->policyInputEntry().get(P), PolicyInputEntry());
+    PolicyInputEntry entry(P);
+    EXPECT_EQ(entry, PolicyInputEntry(P));
+    EXPECT_TRUE(entry.bindingSid.isNull());
+    EXPECT_EQ(entry.bindingSid, MplsLabel(0x100000));
+
+    auto const differs = [&entry](auto const& change) {
+        auto changed = entry;
+        change(changed);
+        EXPECT_NE(changed, entry);
+        EXPECT_NE(changed.hash(), entry.hash());
+    };
+    differs([](PolicyInputEntry& e) { e.bindingSid = MplsLabel(0); });  // an ordinary label
+    differs([](PolicyInputEntry& e) { e.segmentList.resize(1); });
+    differs([](PolicyInputEntry& e) { e.enlp = Enlp::ipv4(); });
+    differs([](PolicyInputEntry& e) { e.preference = Preference(1); });
+    differs([](PolicyInputEntry& e) { e.originator.as = 1; });
+}
+
+TEST(PolicyTypes, AnExplicitNullPolicyIsOneOfFive) {
+    EXPECT_EQ(Enlp(4), Enlp::none());
+    try {
+        Enlp(5);
+        ADD_FAILURE();
+    } catch (Quor::RangeError const& error) {
+        EXPECT_STREQ(error.what(), "Enlp::value < Enlp::min or > Enlp::max not allowed");
+    }
+}
+
+/// Collects the kind of every notification of PolicySelectionInput.
+struct SelectionInputLog {
+    Quor::Ptr<PolicySelectionInput> table = policySelectionInputFactory();
+    std::vector<std::string> events;
+    Quor::Reactor<PolicyId> entry{
+        table->entrySubject(), this, [](SelectionInputLog& self, PolicyId const& id) {
+            self.events.push_back(self.table->policyIdEntry(id) ? "entry" : "gone");
+        }};
+    Quor::Reactor<PolicyId> bindingSid{
+        table->bindingSidSubject(), this,
+        [](SelectionInputLog& self, PolicyId const&) { self.events.push_back("bsid"); }};
+
+    std::vector<std::string> write(PolicyIdEntry const& row) {
+        table->policyIdEntryIs(row);
+        return std::exchange(events, {});
+    }
+};
+
+TEST(PolicyTypes, SelectionInputTellsMembershipVersionAndBindingSid) {
+    SelectionInputLog log;
+    PolicyIdEntry row(P, Preference(100), {});
+    row.bindingSid = MplsLabel(1000);
+    EXPECT_THAT(log.write(row), ElementsAre("entry"));
+    EXPECT_THAT(log.write(row), IsEmpty());
+    row.versionInc();
+    EXPECT_THAT(log.write(row), ElementsAre("entry"));
+    row.bindingSid = MplsLabel(1001);
+    EXPECT_THAT(log.write(row), ElementsAre("bsid", "entry"));
+    row.preference = Preference(200);
+    row.bindingSid = MplsLabel(1002);
+    EXPECT_THAT(log.write(row), ElementsAre("entry"));  // another entry, not another binding SID
+    log.table->policyIdEntryDelAll();
+    log.table->policyIdEntryDel(P);
+    EXPECT_THAT(log.events, ElementsAre("gone"));
+}
+
+TEST(PolicyTypes, APolicyIsListedWhileItHasACandidate) {
+    auto const map = policyKeyToIdMapFactory();
+    auto other = P;
+    other.candidate.discriminator = 2;
+    auto const Q = id("192.0.2.6", 100, Protocol::bgp, "", 0, 0);
+    PolicyCandidateInfo const info{1, PolicyInvalidReason::usable, {}};
+    for (auto const& each : {P, other, Q})
+        map->policyIs(each.key).candidateIs(each.candidate, info);
+    EXPECT_EQ(map->candidate().size(), 3u);
+    EXPECT_EQ(map->firstCandidate(P.key).key(), P);
+
+    map->policyIs(P.key).candidateDel(P.candidate);
+    EXPECT_TRUE(map->hasPolicy(P.key));
+    EXPECT_FALSE(map->candidate(P));
+    map->policyDel(P.key);
+    EXPECT_FALSE(map->hasPolicy(P.key));
+    EXPECT_EQ(*map->candidate(Q), info);
+}
+
+}  // namespace
+}  // namespace SrTePolicy
