@@ -91,7 +91,7 @@ void PolicyInputSm::handleInitialized() {
 
     auto const& inputs = input_->policyInput();
     for (auto row = inputs.begin(); row; row.next()) policyIs(row.key(), row.value());
-    handleSpecifiedBsidOnly();
+    handleEveryProtocolSource();
     handleLFibRoute();
     schedule();
 }
@@ -175,10 +175,12 @@ void PolicyInputSm::handleLFibRoute() {
     bsidUser_.recheckAll([this](BindingSidUser const& user) { markUsers(user); });
 }
 
-// The configured and the learned policies first; the others are read again all the same.
 void PolicyInputSm::handleSpecifiedBsidOnly() {
-    if (!initialized_) return;
+    if (initialized_) handleEveryProtocolSource();
+}
 
+// Configured and BGP policies first; the others are read again all the same.
+void PolicyInputSm::handleEveryProtocolSource() {
     auto const& first = policyInputProtocols();
     for (auto const protocol : first) handleProtocolSource(protocol);
     for (auto const& [protocol, source] : policy_) {
@@ -235,13 +237,15 @@ void PolicyInputSm::processPolicyEntry(PolicyId const& policyId, bool changed, S
     if (reason != PolicyInvalidReason::usable) {
         remove();
     } else if (changed || !policySelectionInput_->policyIdEntry(policyId)) {
-        entryWriter_.addOrUpdatePolicyIdEntry(PolicyInputEntry(*entry));
+        PolicyInputEntry const accepted(*entry);
+        if (siblings == Siblings::first) processPendingSiblings(policyId);
+        entryWriter_.addOrUpdatePolicyIdEntry(accepted);
     }
     addInPolicyKeyToIdMap(policyId.key, policyId.candidate, changed, reason, bindingSid);
 }
 
-// Selection may run between two runs of this task. Were a candidate gone before its successor has
-// come, it would withdraw the policy.
+// Selection may run between two runs of this task. Were a candidate gone, or left with lists that
+// nothing resolves, before its successor has come, it would withdraw the policy.
 void PolicyInputSm::processPendingSiblings(PolicyId const& policyId) {
     if (!policySelectionInput_->policyIdEntry(policyId)) return;
     auto const& key = policyId.key;

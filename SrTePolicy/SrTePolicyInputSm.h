@@ -30,9 +30,9 @@ SRTE_EXPORT std::vector<Protocol>& policyInputProtocols();
 ///           writer; segment lists into the dedup tables
 ///   runs    in its task ("InputSmTask"); events only mark candidates
 ///
-/// When a candidate is about to go, the other pending ones of its policy are processed first,
-/// however the task's time is sliced: a policy that keeps a valid candidate through a burst of
-/// changes keeps one all the time.
+/// When a candidate is about to go or to be rewritten, the other pending ones of its policy are
+/// processed first, in the same run: a policy that keeps a usable candidate through a burst of
+/// changes keeps one all the time, however the task's time is sliced.
 class SRTE_EXPORT PolicyInputSm final : public Quor::PtrInterface {
 public:
     PolicyInputSm(Quor::Ptr<Config const> config, Quor::Ptr<PolicyInputSource const> input,
@@ -80,6 +80,7 @@ private:
 
     void policyIs(Protocol protocol, Quor::Ptr<PolicyInput const> const& input);
     void policyDel(Protocol protocol) { policy_.erase(protocol); }
+    void handleEveryProtocolSource();
     void updateSrlbConfigRange();
     void markEntries(PolicyInput const& input, bool changed);
     void markUsers(BindingSidUser const& user);
