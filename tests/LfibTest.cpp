@@ -3,42 +3,23 @@
 #include <vector>
 
 #include "Platform/Mpls/Config.h"
-#include "Platform/Mpls/LfibMerge.h"
-#include "Platform/Mpls/LfibStatus.h"
-#include "Platform/Mpls/LfibWriter.h"
 #include "Platform/Quor/RangeError.h"
+#include "tests/support/Routes.h"
+#include "tests/support/Watch.h"
 
 namespace {
 
 using namespace Mpls;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using Wirex::MplsLabel;
-
-RouteKey keyOf(std::uint32_t label) {
-    return RouteKey::fromLabel(MplsLabel(label));
-}
 
 LfibMplsVia viaTo(std::uint32_t nextHop) {
     return {Wirex::IpGenAddr::ipv4(nextHop), Wirex::IntfId::physical("et1"),
             Wirex::pushOperation({100})};
 }
-
-ConsolidatedLfibRoute mplsRoute(std::uint32_t label, std::vector<LfibMplsVia> vias) {
-    ConsolidatedLfibRoute route;
-    route.key = keyOf(label);
-    route.viaType = LfibViaType::mpls;
-    route.mplsVias = std::move(vias);
-    return route;
-}
-
-ConsolidatedLfibRoute fecRoute(std::uint32_t label, LFib::Source source, std::uint64_t fecId) {
-    ConsolidatedLfibRoute route;
-    route.key = keyOf(label);
+ConsolidatedLfibRoute fecRoute(LFib::Source source, std::uint64_t fecId) {
+    auto route = routeInto(1000, fecId);
     route.source = source;
-    route.metric = RouteMetric(1);
-    route.viaType = LfibViaType::extFec;
-    route.extFecVia = LfibExtFecVia::popInto(Pooltab::Fib::FecId(fecId));
     return route;
 }
 
@@ -51,7 +32,7 @@ TEST(Lfib, aLookupThatMissesYieldsTheDefault) {
     EXPECT_EQ(lfib->extFecVia(set), LfibExtFecVia());
 
     // The route of label 0 is none of these.
-    LfibWriter(lfib).lfibRouteIs(mplsRoute(0, {}));
+    LfibWriter(lfib).lfibRouteIs(routeOver(0, {}));
     EXPECT_NE(lfib->route(keyOf(0)), LfibRoute());
 }
 
@@ -63,7 +44,7 @@ TEST(Lfib, aRouteCanMissItsViaSetAndAViaSetItsVias) {
     writer.lfibRouteIs(withoutSet);
     EXPECT_EQ(lfib->viaSet(lfib->route(keyOf(16)).viaSetKey), LfibViaSet());
 
-    writer.lfibRouteIs(mplsRoute(17, {LfibMplsVia(), viaTo(7)}));
+    writer.lfibRouteIs(routeOver(17, {LfibMplsVia(), viaTo(7)}));
     auto const set = lfib->viaSet(lfib->route(keyOf(17)).viaSetKey);
     EXPECT_EQ(set.count, 2u);
     EXPECT_EQ(lfib->mplsVia(set.key(0)), LfibMplsVia());
@@ -84,25 +65,24 @@ TEST(Lfib, viaIndexesEndAt599) {
 struct Reader {
     explicit Reader(Quor::Ptr<LfibStatus const> read) : lfib(std::move(read)) {}
 
-    void handleRoute(RouteKey key) {
+    std::string seen(RouteKey const& key) const {
         auto const route = lfib->route(key);
-        if (route == LfibRoute()) return events.push_back(key.stringValue() + " gone");
+        if (route == LfibRoute()) return key.stringValue() + " gone";
         auto const set = lfib->viaSet(route.viaSetKey);
         auto text = key.stringValue() + ":";
         for (std::uint32_t i = 0; i < set.count; ++i) {
-            text += ' ';
-            text += set.type == LfibViaType::mpls
-                        ? lfib->mplsVia(set.key(i)).nextHop.stringValue()
-                        : lfib->extFecVia(set.viaSetKey).fecId.stringValue();
+            auto const via = set.type == LfibViaType::mpls
+                                 ? lfib->mplsVia(set.key(i)).nextHop.stringValue()
+                                 : lfib->extFecVia(set.viaSetKey).fecId.stringValue();
+            text.append(" ").append(via);
         }
-        events.push_back(text);
+        return text;
     }
     std::vector<std::string> take() { return std::exchange(events, {}); }
 
     Quor::Ptr<LfibStatus const> lfib;
     std::vector<std::string> events;
-    Quor::Reactor<RouteKey> reactor{
-        lfib->rows(), this, [](Reader& self, RouteKey const& key) { self.handleRoute(key); }};
+    Watch<RouteKey> watch{lfib->rows(), [this](auto const& key) { events.push_back(seen(key)); }};
 };
 
 TEST(LfibWriter, aRouteChangesWithItsViasAsOneEvent) {
@@ -110,69 +90,59 @@ TEST(LfibWriter, aRouteChangesWithItsViasAsOneEvent) {
     LfibWriter writer(lfib);
     Reader reader(lfib);
 
-    writer.lfibRouteIs(mplsRoute(17, {viaTo(1), viaTo(2)}));
-    writer.lfibRouteIs(mplsRoute(17, {viaTo(1), viaTo(2)}));
-    writer.lfibRouteIs(mplsRoute(17, {viaTo(3)}));
+    writer.lfibRouteIs(routeOver(17, {viaTo(1), viaTo(2)}));
+    writer.lfibRouteIs(routeOver(17, {viaTo(1), viaTo(2)}));
+    writer.lfibRouteIs(routeOver(17, {viaTo(3)}));
     EXPECT_THAT(reader.take(), ElementsAre("17: 0.0.0.1 0.0.0.2", "17: 0.0.0.3"));
 
-    writer.lfibRouteIs(mplsRoute(16, {viaTo(4)}));
+    writer.lfibRouteIs(routeOver(16, {viaTo(4)}));
     writer.lfibRouteDel(keyOf(18));
     reader.take();
     writer.lfibRouteDelAll();
     EXPECT_THAT(reader.take(), ElementsAre("16 gone", "17 gone"));
 }
 
-class LfibMergeTest : public testing::Test {
+class LfibMergeTest : public testing::Test, protected RouterLfib {
 protected:
     using Source = LFib::Source;
 
     // Whether the merged table and its tracking status told of label 1000 since the last look.
     std::string told() {
-        auto const text =
-            (reader_.take().empty() ? "" : "changed ") + std::string(tracked_ ? "tracked" : "");
-        tracked_ = 0;
-        return text;
+        auto const tracked = std::exchange(tracked_, 0) ? "tracked" : "";
+        return (reader_.take().empty() ? "" : "changed ") + std::string(tracked);
     }
     std::uint32_t source() const {
         return static_cast<std::uint32_t>(tracking_->route(keyOf(1000)).source);
     }
-    void handleTracked(RouteKey key) {
-        EXPECT_EQ(key, keyOf(1000));
-        ++tracked_;
-    }
 
-    Quor::Ptr<LfibStatus> others_ = Quor::makePtr<LfibStatus>(EqualWrites::notify);
-    Quor::Ptr<LfibStatus> gribi_ = Quor::makePtr<LfibStatus>();
-    Quor::Ptr<LfibStatus> policies_ = Quor::makePtr<LfibStatus>();
-    LfibWriter other_{others_};
-    LfibWriter gribiWriter_{gribi_};
-    LfibWriter policy_{policies_};
-    Quor::Ptr<LfibMerge> merge_ = Quor::makePtr<LfibMerge>(others_, gribi_, policies_);
-    Quor::Ptr<LfibTrackingStatus const> tracking_ = merge_->lfibTrackingStatus();
-    Reader reader_{merge_->lfibStatus()};
+    LfibWriter gribi_{gribiLfib};
+    LfibWriter policy_{policyLfib};
+    Quor::Ptr<LfibTrackingStatus const> tracking_ = merge->lfibTrackingStatus();
+    Reader reader_{merge->lfibStatus()};
     int tracked_ = 0;
-    Quor::Reactor<RouteKey> trackingReactor_{
-        tracking_->changed(), this,
-        [](LfibMergeTest& self, RouteKey const& key) { self.handleTracked(key); }};
+    Watch<RouteKey> watch_{tracking_->changed(), [this](auto const& key) {
+                               EXPECT_EQ(key, keyOf(1000));
+                               ++tracked_;
+                           }};
 };
 
 TEST_F(LfibMergeTest, anotherApplicationWinsOverGribiAndGribiOverThePolicies) {
-    policy_.lfibRouteIs(fecRoute(1000, Source::srTePolicy, 1));
+    policy_.lfibRouteIs(fecRoute(Source::srTePolicy, 1));
     EXPECT_EQ(told(), "changed tracked");
     EXPECT_EQ(source(), 24u);
-    gribiWriter_.lfibRouteIs(fecRoute(1000, Source::gribi, 2));
+    gribi_.lfibRouteIs(fecRoute(Source::gribi, 2));
     EXPECT_EQ(told(), "changed tracked");
     EXPECT_EQ(source(), 1u);
-    other_.lfibRouteIs(mplsRoute(1000, {viaTo(1)}));
+    route(1000, {viaTo(1)});
     EXPECT_EQ(told(), "changed tracked");
     EXPECT_EQ(source(), 0u);
 
     // What is shadowed comes and goes unseen.
-    gribiWriter_.lfibRouteDel(keyOf(1000));
-    policy_.lfibRouteIs(fecRoute(1000, Source::srTePolicy, 3));
+    gribi_.lfibRouteDel(keyOf(1000));
+    policy_.lfibRouteIs(fecRoute(Source::srTePolicy, 3));
     EXPECT_EQ(told(), "");
 
-    other_.lfibRouteDel(keyOf(1000));
+    routeDel(1000);
     EXPECT_EQ(told(), "changed tracked");
     EXPECT_EQ(source(), 24u);
     policy_.lfibRouteDel(keyOf(1000));
@@ -181,31 +151,31 @@ TEST_F(LfibMergeTest, anotherApplicationWinsOverGribiAndGribiOverThePolicies) {
 }
 
 TEST_F(LfibMergeTest, onlyAnotherApplicationTouches) {
-    other_.lfibRouteIs(mplsRoute(1000, {viaTo(1)}));
+    route(1000, {viaTo(1)});
     told();
-    other_.lfibRouteIs(mplsRoute(1000, {viaTo(1)}));
+    route(1000, {viaTo(1)});
     EXPECT_EQ(told(), "tracked");
-    other_.lfibRouteDel(keyOf(1000));
-    other_.lfibRouteDel(keyOf(1000));
+    routeDel(1000);
+    routeDel(1000);
     told();
 
-    gribiWriter_.lfibRouteIs(fecRoute(1000, Source::gribi, 2));
+    gribi_.lfibRouteIs(fecRoute(Source::gribi, 2));
     told();
-    gribiWriter_.lfibRouteIs(fecRoute(1000, Source::gribi, 2));
+    gribi_.lfibRouteIs(fecRoute(Source::gribi, 2));
     EXPECT_EQ(told(), "");
 }
 
 TEST_F(LfibMergeTest, aNewMergeStartsWithTheRoutesThatAreThereAndSharesThem) {
-    other_.lfibRouteIs(mplsRoute(1000, {viaTo(1)}));
-    policy_.lfibRouteIs(fecRoute(1000, Source::srTePolicy, 1));
-    gribiWriter_.lfibRouteIs(fecRoute(1000, Source::gribi, 2));
-    LfibMerge const again(others_, gribi_, policies_);
+    route(1000, {viaTo(1)});
+    policy_.lfibRouteIs(fecRoute(Source::srTePolicy, 1));
+    gribi_.lfibRouteIs(fecRoute(Source::gribi, 2));
+    LfibMerge const again(lfib, gribiLfib, policyLfib);
     EXPECT_EQ(again.lfibStatus()->consolidatedRoute(keyOf(1000)),
-              others_->consolidatedRoute(keyOf(1000)));
+              lfib->consolidatedRoute(keyOf(1000)));
 
     told();
-    merge_ = nullptr;
-    other_.lfibRouteDel(keyOf(1000));
+    merge = nullptr;
+    routeDel(1000);
     EXPECT_EQ(told(), "") << "a merge that is gone follows no table";
 }
 

@@ -91,17 +91,22 @@ TEST_F(ReactorTest, OutliveTheirSubject) {
 
 class AttributeTest : public testing::Test {
 protected:
-    void handle() {
+    void handle(std::monostate) {
         seen += std::to_string(number()) + " ";
         if (then) then();
+    }
+    // Every change raises the number by one, up to `limit`.
+    void climb(int limit) {
+        then = [this, limit] {
+            if (number() < limit) number.valueIs(number() + 1);
+        };
+        number.valueIs(1);
     }
     Quor::Attribute<int> number;
     std::string seen;
     std::function<void()> then;
-    Quor::AttributeReactor first{number, this,
-                                 [](AttributeTest& self, std::monostate) { self.handle(); }};
-    Quor::AttributeReactor second{number, this,
-                                  [](AttributeTest& self, std::monostate) { self.handle(); }};
+    Quor::AttributeReactor first{number, this, [](auto& self, auto none) { self.handle(none); }};
+    Quor::AttributeReactor second{number, this, [](auto& self, auto none) { self.handle(none); }};
 };
 
 TEST_F(AttributeTest, TellsChangesOnlyAndReactorsReadTheNewestValue) {
@@ -132,17 +137,11 @@ TEST(AttributeOfPointersTest, TheOldValueEndsAfterEverybodyWasTold) {
 
 TEST_F(AttributeTest, NestingIsAllowedUpTo64AndStopsTheAgentBeyond) {
     second.off();
-    int limit = 64;
-    then = [&] {
-        if (number() < limit) number.valueIs(number() + 1);
-    };
-    number.valueIs(1);
+    climb(64);
     EXPECT_EQ(number(), 64);
-
-    limit = 0;
+    then = nullptr;
     number.valueIs(0);
-    limit = 65;
-    EXPECT_DEATH(number.valueIs(1), "notifications nest deeper than 64");
+    EXPECT_DEATH(climb(65), "notifications nest deeper than 64");
 }
 
 TEST_F(AttributeTest, AnExceptionThatEscapesAReactorStopsTheAgent) {
@@ -157,16 +156,11 @@ struct Stopped {
 TEST_F(AttributeTest, AStopHookMayThrowPastEverythingAndTheSubjectsGoOn) {
     auto const before =
         Quor::stopHookIs([](char const* text, char const*, int) { throw Stopped{text}; });
-    int limit = 1000;
-    then = [&] {
-        if (number() < limit) number.valueIs(number() + 1);
-    };
-    EXPECT_THROW(number.valueIs(1), Stopped);
+    EXPECT_THROW(climb(1000), Stopped);
     second.off();
-    limit = 0;
+    then = nullptr;
     number.valueIs(0);
-    limit = 64;
-    EXPECT_NO_THROW(number.valueIs(1)) << "the depth is back at 0";
+    EXPECT_NO_THROW(climb(64)) << "the depth is back at 0";
     Quor::stopHookIs(before);
     EXPECT_EQ(number(), 64);
 }

@@ -8,27 +8,13 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Keel/Clock.h"
-#include "Platform/Mpls/LfibMerge.h"
-#include "Platform/Mpls/LfibWriter.h"
 #include "SrTePolicy/SrTePolicySegmentListSm.h"
 #include "SrTePolicy/SrTePolicySegmentSm.h"
+#include "tests/support/MachineTest.h"
+#include "tests/support/Routes.h"
 
 namespace SrTePolicy {
 
-inline Tunnel::TunnelTable::TunnelId tiLfa(std::uint64_t index) {
-    return Tunnel::TunnelTable::TunnelId::make(Tunnel::TunnelTable::TunnelType::tiLfa, index);
-}
-inline Mpls::LfibMplsVia push(char const* intf, Wirex::BoundedMplsLabelStack const& labels) {
-    return {Wirex::IpGenAddr::ipv4(0x0A000001),
-            Wirex::IntfId::physical(intf),
-            {Wirex::MplsLabelAction::push, labels}};
-}
-inline Mpls::LfibMplsVia pushOver(Tunnel::TunnelTable::TunnelId tunnel,
-                                  Wirex::BoundedMplsLabelStack const& labels) {
-    return {
-        {}, Wirex::IntfId::dynamicTunnel(tunnel.value()), {Wirex::MplsLabelAction::push, labels}};
-}
 /// INTF(LABELS)
 inline std::string viaText(Tunnel::TunnelTable::MplsVia const& via) {
     auto text = via.intf.stringValue() + "(";
@@ -40,33 +26,19 @@ inline std::string viaText(Tunnel::TunnelTable::MplsVia const& via) {
 }
 
 /// A router with label routes, and segment lists that somebody holds: the dedup tables, the segment
-/// machine and the segment-list machine over an LFIB. Every test is left to a restart that must not
-/// write a single row.
-class SegmentListFixture : public testing::Test {
+/// machine and the segment-list machine over an LFIB.
+class SegmentListFixture : public MachineTest, protected RouterLfib {
 protected:
     using Action = Wirex::MplsLabelAction;
     using Labels = std::vector<std::uint32_t>;
-    using Stack = Wirex::BoundedMplsLabelStack;
     using TunnelId = Tunnel::TunnelTable::TunnelId;
-    using Vias = std::vector<Mpls::LfibMplsVia>;
     struct ListKey {
         Labels labels;
         std::uint64_t distinguisher = DistinguisherId::policyList;
         friend auto operator<=>(ListKey const&, ListKey const&) = default;
     };
 
-    SegmentListFixture() { Keel::activityClockIs(&clock); }
     void SetUp() override { start(); }
-    void TearDown() override {
-        if (!restartsHitless) return;
-        drain();
-        auto const before = outputs();
-        log.clear();
-        restart();
-        drain();
-        EXPECT_THAT(log, testing::ElementsAre());
-        EXPECT_EQ(outputs(), before);
-    }
 
     // Life.
     void create() {
@@ -100,10 +72,11 @@ protected:
         start();
         for (auto& [key, list] : held) list = intern(key);
     }
-    void restart() {
+    void restart() override {
         crash();
         startAgain();
     }
+    void settle() override { drain(); }
     void run() { scheduler->runReady(); }
     // Lets the clock go on until nothing is left to do; then the lists must have found their
     // holders.
@@ -127,21 +100,9 @@ protected:
     void release(Labels const& labels, std::uint64_t distinguisher = DistinguisherId::policyList) {
         held.erase({labels, distinguisher});
     }
-    void route(std::uint32_t label, Vias vias) {
-        Mpls::ConsolidatedLfibRoute written;
-        written.key = keyOf(label);
-        written.viaType = Mpls::LfibViaType::mpls;
-        written.mplsVias = std::move(vias);
-        writer.lfibRouteIs(std::move(written));
-    }
     void routeToFec(std::uint32_t label, std::uint64_t fecId, Action action) {
-        Mpls::ConsolidatedLfibRoute written;
-        written.key = keyOf(label);
-        written.viaType = Mpls::LfibViaType::extFec;
-        written.extFecVia = {{}, Pooltab::Fib::FecId(fecId), action, {}};
-        writer.lfibRouteIs(std::move(written));
+        writer.lfibRouteIs(routeInto(label, fecId, action));
     }
-    void routeDel(std::uint32_t label) { writer.lfibRouteDel(keyOf(label)); }
     // A protected link whose paths push so many labels.
     void protect(std::uint64_t index, std::uint32_t primary, std::uint32_t backup) {
         auto const path = [](std::uint32_t count) {
@@ -155,7 +116,7 @@ protected:
     void msd(std::optional<std::uint8_t> depth) { hardware->maxLabelPushDepth.valueIs(depth); }
 
     // ID [LABELS] STATUS: INTF(LABELS) ... with - for an output that is missing.
-    std::string outputs() const {
+    std::string outputs() const override {
         std::string text;
         for (auto const id : ids()) text += output(SegmentListId(id)) + "\n";
         return text;
@@ -194,18 +155,8 @@ protected:
         }
         return found;
     }
-    static Mpls::RouteKey keyOf(std::uint32_t label) {
-        return Mpls::RouteKey::fromLabel(Wirex::MplsLabel(label));
-    }
     static PolicyId policy() { return {{Wirex::IpGenAddr::ipv4(9), 100}, {}}; }
 
-    Keel::VirtualClock clock;
-    Quor::Ptr<Keel::TaskScheduler> scheduler = Quor::makePtr<Keel::TaskScheduler>(clock);
-    Quor::Ptr<Keel::FieldlogSm> fieldlog = Quor::makePtr<Keel::FieldlogSm>();
-    Quor::Ptr<Mpls::LfibStatus> lfib = Quor::makePtr<Mpls::LfibStatus>(Mpls::EqualWrites::notify);
-    Quor::Ptr<Mpls::LfibStatus> ours = Quor::makePtr<Mpls::LfibStatus>();
-    Quor::Ptr<Mpls::LfibMerge> merge = Quor::makePtr<Mpls::LfibMerge>(lfib, ours, ours);
-    Mpls::LfibWriter writer{lfib};
     Quor::Ptr<Tunnel::TunnelTable::TiLfaTunnelTable> tiLfaTunnels =
         Quor::makePtr<Tunnel::TunnelTable::TiLfaTunnelTable>();
     Quor::Ptr<Routing::Hardware::Status> hardware = Quor::makePtr<Routing::Hardware::Status>();
@@ -222,31 +173,23 @@ protected:
     Quor::Ptr<SegmentSm> segmentSm;
     Quor::Ptr<SegmentListSm> sm;
 
-    bool restartsHitless = true;
-    std::vector<std::string> log;  // every write of an output, in order
-
 private:
     Quor::Ptr<SegmentList const> intern(ListKey const& key) {
         Wirex::MplsLabelOperation operation;
         for (auto const label : key.labels) operation.stack.append(Wirex::MplsLabel(label));
         return tables->segmentList(operation, policy(), DistinguisherId(key.distinguisher));
     }
-    void wrote(bool present, char const* table, std::uint64_t id) {
-        log.push_back(std::string(present ? "+" : "-") + table + " " + std::to_string(id));
-    }
-
-    Quor::Reactor<SegmentListId> exportReactor_{
-        exported->segmentList(), this, [](auto& self, auto const& id) {
-            self.wrote(self.exported->segmentList(id), "export", id.value());
-        }};
-    Quor::Reactor<SegmentListId> statusReactor_{
-        status->status(), this, [](auto& self, auto const& id) {
-            self.wrote(self.status->status(id).has_value(), "status", id.value());
-        }};
-    Quor::Reactor<TunnelId> tunnelReactor_{tunnels->entry(), this, [](auto& self, auto const& id) {
-                                               self.wrote(self.tunnels->entry(id), "tunnel",
-                                                          id.index());
-                                           }};
+    Watch<SegmentListId> exportWatch_{
+        exported->segmentList(),
+        [this](auto const& id) { wrote(exported->segmentList(id), "export ", id.stringValue()); }};
+    Watch<SegmentListId> statusWatch_{status->status(), [this](auto const& id) {
+                                          wrote(status->status(id).has_value(), "status ",
+                                                id.stringValue());
+                                      }};
+    Watch<TunnelId> tunnelWatch_{tunnels->entry(), [this](auto const& id) {
+                                     wrote(tunnels->entry(id), "tunnel ",
+                                           std::to_string(id.index()));
+                                 }};
 };
 
 }  // namespace SrTePolicy

@@ -49,8 +49,7 @@ protected:
     void anyRoute() {
         auto const label = 16 + pick(4);
         auto const action = static_cast<Action>(pick(4));
-        Mpls::ConsolidatedLfibRoute written;
-        written.key = keyOf(label);
+        auto written = routeOver(label, {});
         switch (pick(8)) {
             case 0: return routeToFec(label, plainFec, action);
             case 1: return routeToFec(label, 0x0600000000000000 | tiLfa(1).value(), action);
@@ -58,7 +57,7 @@ protected:
             case 3: written.type = Mpls::LfibRouteType::pseudowire; break;
             default: break;
         }
-        Vias const vias = {
+        std::vector<Mpls::LfibMplsVia> const vias = {
             push("Et1", {100, 101}),
             pushOver(tiLfa(1), {}),
             pushOver(tiLfa(2), {200}),
@@ -67,7 +66,7 @@ protected:
             {Wirex::IpGenAddr::ipv4(2), Wirex::IntfId::physical("Et2"), {action, {}}},
             {{}, Wirex::IntfId::physical("Et3"), {action, {}}},
             {Wirex::IpGenAddr::ipv4(4), {}, {action, {300}}}};
-        written.viaType = pick(8) == 0 ? Mpls::LfibViaType::unset : Mpls::LfibViaType::mpls;
+        if (pick(8) == 0) written.viaType = Mpls::LfibViaType::unset;
         for (auto count = pick(4); count > 0; --count) written.mplsVias.push_back(vias[pick(8)]);
         writer.lfibRouteIs(written);
     }

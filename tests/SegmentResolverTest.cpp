@@ -1,10 +1,10 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Mpls/LfibWriter.h"
 #include "Platform/Quor/RangeError.h"
 #include "SrTePolicy/SrTePolicySegmentResolver.h"
-#include "tests/TraceLines.h"
+#include "tests/support/Captures.h"
+#include "tests/support/Routes.h"
 
 namespace SrTePolicy {
 namespace {
@@ -19,20 +19,16 @@ using Wirex::IntfId;
 
 using Route = Mpls::ConsolidatedLfibRoute;
 
-Route routeOf(LfibViaType viaType, std::vector<LfibMplsVia> vias = {}) {
-    Route route;
-    route.key = Mpls::RouteKey::fromLabel(Wirex::MplsLabel(16));
+Route routeOf(LfibViaType viaType) {
+    auto route = ::routeOver(16, {});
     route.viaType = viaType;
-    route.mplsVias = std::move(vias);
     return route;
 }
 Route routeOver(std::vector<LfibMplsVia> vias) {
-    return routeOf(LfibViaType::mpls, std::move(vias));
+    return ::routeOver(16, std::move(vias));
 }
 Route routeInto(FecId fecId) {
-    auto route = routeOf(LfibViaType::extFec);
-    route.extFecVia = Mpls::LfibExtFecVia::popInto(fecId);
-    return route;
+    return ::routeInto(16, fecId.value());
 }
 Route routeInto(AdjType type, std::uint64_t payload) {
     return routeInto(FecId::fecIdForAdjType(type, payload));
@@ -47,7 +43,7 @@ LfibMplsVia viaOn(IntfId intf) {
     return {Wirex::IpGenAddr::ipv4(0x0A000001), std::move(intf), Wirex::pushOperation({100})};
 }
 LfibMplsVia plain(char const* name = "Et1") {
-    return viaOn(IntfId::physical(name));
+    return push(name, {100});
 }
 LfibMplsVia absent() {
     return {};
@@ -82,9 +78,7 @@ TEST_F(SegmentResolverTest, ALabelWithoutARouteIsUnresolved) {
     }
     EXPECT_THAT(traces.take(), testing::ElementsAre("LFIB route doesnt exist for label 0",
                                                     "LFIB route doesnt exist for label 16"));
-    auto route = routeOver({plain()});
-    route.key = Mpls::RouteKey::fromLabel(Wirex::MplsLabel(0));
-    Mpls::LfibWriter(lfib).lfibRouteIs(route);
+    Mpls::LfibWriter(lfib).lfibRouteIs(::routeOver(0, {plain()}));
     EXPECT_EQ(resolver->resolveSegmentMpls(Wirex::MplsLabel(0))->state,
               SegmentResolveState::resolved);
 }

@@ -2,36 +2,19 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Mpls/LfibMerge.h"
-#include "Platform/Mpls/LfibWriter.h"
 #include "SrTePolicy/SrTePolicySegmentSm.h"
-#include "tests/TraceLines.h"
+#include "tests/support/MachineTest.h"
+#include "tests/support/Routes.h"
 
 namespace SrTePolicy {
 namespace {
 
 using testing::ElementsAre;
-using Wirex::IntfId;
-using Wirex::MplsLabel;
-
-Mpls::RouteKey keyOf(std::uint32_t label) {
-    return Mpls::RouteKey::fromLabel(MplsLabel(label));
-}
-Mpls::LfibMplsVia via(std::string const& name) {
-    return {Wirex::IpGenAddr::ipv4(0x0A000001), IntfId::physical(name), {}};
-}
-Mpls::LfibMplsVia tiLfaVia(std::uint64_t index) {
-    using namespace Tunnel::TunnelTable;
-    return {{}, IntfId::dynamicTunnel(TunnelId::make(TunnelType::tiLfa, index).value()), {}};
-}
-
 // A router with labels that somebody uses, and the machine over it.
-class SegmentSmTest : public testing::Test {
+class SegmentSmTest : public RestartedTest, protected RouterLfib {
 protected:
     void SetUp() override { start(); }
-    // A restart finds every segment again, and the same forwarding.
-    void TearDown() override {
-        auto const before = status();
+    void restart() override {
         auto const labels = held;
         held.clear();
         machine = nullptr;
@@ -39,7 +22,6 @@ protected:
         segmentStatus = segmentStatusFactory();
         for (auto const& [label, segment] : labels) hold(label);
         start();
-        EXPECT_EQ(status(), before);
     }
 
     void create() {
@@ -52,21 +34,12 @@ protected:
         machine->handleInitialized();
     }
     void hold(std::uint32_t label) {
-        held[label] = segmentMplsLabelFactory(SegmentType::mplsLabel, MplsLabel(label))
+        held[label] = segmentMplsLabelFactory(SegmentType::mplsLabel, Wirex::MplsLabel(label))
                           ->dedup(tables->segDedupTablePtr().get());
     }
     void release(std::uint32_t label) { held.erase(label); }
-    void route(std::uint32_t label, std::vector<Mpls::LfibMplsVia> vias) {
-        Mpls::ConsolidatedLfibRoute route;
-        route.key = keyOf(label);
-        route.viaType = Mpls::LfibViaType::mpls;
-        route.mplsVias = std::move(vias);
-        writer.lfibRouteIs(std::move(route));
-    }
-    void routeDel(std::uint32_t label) { writer.lfibRouteDel(keyOf(label)); }
-
     // The records, by label.
-    std::string status() const {
+    std::string outputs() const override {
         std::string text;
         for (auto const& [label, segment] : held) {
             auto const record = segmentStatus->status(segment->segmentId());
@@ -82,10 +55,6 @@ protected:
         return text;
     }
 
-    Quor::Ptr<Mpls::LfibStatus> lfib = Quor::makePtr<Mpls::LfibStatus>(Mpls::EqualWrites::notify);
-    Quor::Ptr<Mpls::LfibStatus> ours = Quor::makePtr<Mpls::LfibStatus>();
-    Quor::Ptr<Mpls::LfibMerge> merge = Quor::makePtr<Mpls::LfibMerge>(lfib, ours, ours);
-    Mpls::LfibWriter writer{lfib};
     Quor::Ptr<CoreDedupTables> tables = coreDedupTablesFactory();
     Quor::Ptr<SegmentStatus> segmentStatus = segmentStatusFactory();
     std::map<std::uint32_t, Quor::Ptr<SegmentMplsLabel>> held;
@@ -94,26 +63,26 @@ protected:
 
 TEST_F(SegmentSmTest, ASegmentFollowsTheRouteOfItsLabel) {
     hold(16);
-    EXPECT_EQ(status(), "");
-    route(16, {via("Et1")});
-    route(17, {via("Et7")});  // nobody's label
-    EXPECT_EQ(status(), "16: Et1\n");
+    EXPECT_EQ(outputs(), "");
+    route(16, {push("Et1")});
+    route(17, {push("Et7")});  // nobody's label
+    EXPECT_EQ(outputs(), "16: Et1\n");
     EXPECT_EQ(segmentStatus->status().size(), 1u);
     hold(17);
-    route(16, {via("Et2"), via("Et3")});
-    EXPECT_EQ(status(), "16: Et2 Et3\n17: Et7\n");
+    route(16, {push("Et2"), push("Et3")});
+    EXPECT_EQ(outputs(), "16: Et2 Et3\n17: Et7\n");
     route(16, {});
-    EXPECT_EQ(status(), "16:\n17: Et7\n") << "a record without a via";
+    EXPECT_EQ(outputs(), "16:\n17: Et7\n") << "a record without a via";
     routeDel(16);
-    EXPECT_EQ(status(), "17: Et7\n");
+    EXPECT_EQ(outputs(), "17: Et7\n");
 }
 
 TEST_F(SegmentSmTest, AReleasedSegmentLosesItsRecordThoughItsRouteStays) {
-    route(16, {via("Et1")});
+    route(16, {push("Et1")});
     hold(16);
     release(16);
     EXPECT_TRUE(segmentStatus->status().empty());
-    route(16, {via("Et2")});
+    route(16, {push("Et2")});
     EXPECT_TRUE(segmentStatus->status().empty());
     hold(16);
     EXPECT_EQ(segmentStatus->status().begin().key(), SegmentId(2));
@@ -121,25 +90,22 @@ TEST_F(SegmentSmTest, AReleasedSegmentLosesItsRecordThoughItsRouteStays) {
 
 TEST_F(SegmentSmTest, ResolutionOverTiLfaIsMarkedWhileItLasts) {
     hold(16);
-    route(16, {tiLfaVia(5), via("Et1")});
-    EXPECT_EQ(status(), "16: tunnel 12-5 Et1 TI-LFA\n");
-    route(16, {via("Et1")});
-    EXPECT_EQ(status(), "16: Et1\n");
-    route(16, {tiLfaVia(6)});
+    route(16, {pushOver(tiLfa(5)), push("Et1")});
+    EXPECT_EQ(outputs(), "16: tunnel 12-5 Et1 TI-LFA\n");
+    route(16, {push("Et1")});
+    EXPECT_EQ(outputs(), "16: Et1\n");
+    route(16, {pushOver(tiLfa(6))});
 }
 
 TEST_F(SegmentSmTest, ATouchedRouteIsToldAgain) {
-    struct Reader {
-        int told = 0;
-    } reader;
     hold(16);
-    route(16, {via("Et1")});
-    Quor::Reactor<SegmentId> const reactor(segmentStatus->status(), &reader,
-                                           [](Reader& self, SegmentId const&) { ++self.told; });
-    route(16, {via("Et1")});
-    EXPECT_EQ(reader.told, 1);
-    route(17, {via("Et1")});
-    EXPECT_EQ(reader.told, 1);
+    route(16, {push("Et1")});
+    int told = 0;
+    Watch const watch(segmentStatus->status(), [&told](SegmentId const&) { ++told; });
+    route(16, {push("Et1")});
+    EXPECT_EQ(told, 1);
+    route(17, {push("Et1")});
+    EXPECT_EQ(told, 1);
 }
 
 TEST_F(SegmentSmTest, NothingHappensBeforeTheStartWhichResolvesEverySegment) {
@@ -147,42 +113,41 @@ TEST_F(SegmentSmTest, NothingHappensBeforeTheStartWhichResolvesEverySegment) {
     segmentStatus->statusDelAll();
     hold(16);
     hold(17);
-    route(16, {via("Et1")});
-    route(17, {via("Et7")});
+    route(16, {push("Et1")});
+    route(17, {push("Et7")});
     release(17);
-    EXPECT_EQ(status(), "");
+    EXPECT_EQ(outputs(), "");
     segmentStatus->statusIs(Quor::makePtr<SegmentResolve>(SegmentId(99), nullptr));
     machine->handleInitialized();
-    EXPECT_EQ(status(), "16: Et1\n");
+    EXPECT_EQ(outputs(), "16: Et1\n");
     EXPECT_EQ(segmentStatus->status().size(), 1u);
 }
 
 TEST_F(SegmentSmTest, OnlyADeletionWithdraws) {
     hold(16);
-    route(16, {via("Et1")});
+    route(16, {push("Et1")});
     machine = nullptr;
-    EXPECT_EQ(status(), "16: Et1\n");
+    EXPECT_EQ(outputs(), "16: Et1\n");
 
     create();
     machine->handleDel();
-    EXPECT_EQ(status(), "16: Et1\n") << "it was never started";
+    EXPECT_EQ(outputs(), "16: Et1\n") << "it was never started";
     machine->handleInitialized();
     machine->handleDel();
-    EXPECT_EQ(status(), "");
+    EXPECT_EQ(outputs(), "");
     hold(17);
-    route(16, {via("Et2")});
-    EXPECT_EQ(status(), "");
+    route(16, {push("Et2")});
+    EXPECT_EQ(outputs(), "");
     start();
 }
 
 TEST_F(SegmentSmTest, TracesAndDump) {
     TraceLines traces("SrTePolicySegmentSm");
     hold(16);
-    route(16, {via("Et1")});
-    route(17, {via("Et1")});
-    Keel::DumpContext ctx;
-    machine->dumpState(ctx, 2);
-    EXPECT_THAT(ctx.text(), testing::StartsWith("  statuses #1 \n    segmentId: 1, viaInfo: "));
+    route(16, {push("Et1")});
+    route(17, {push("Et1")});
+    EXPECT_THAT(dumpOf(*machine),
+                testing::StartsWith("  statuses #1 \n    segmentId: 1, viaInfo: "));
     release(16);
     EXPECT_THAT(traces.take(),
                 ElementsAre("handleSegment: Id: 1, Type: mplsLabel, Label: 16",

@@ -3,7 +3,8 @@
 #include <vector>
 
 #include "SrTePolicy/SrTePolicyCoreDedupTable.h"
-#include "tests/TraceLines.h"
+#include "tests/support/Captures.h"
+#include "tests/support/Watch.h"
 
 namespace SrTePolicy {
 namespace {
@@ -33,12 +34,6 @@ protected:
     std::uint32_t lastId() const {
         return tables->notifyingSegmentCollection()->uniqueId()().value();
     }
-    std::string dump(auto const& dumped, int indent = 0) const {
-        Keel::DumpContext ctx;
-        dumped->dumpState(ctx, indent);
-        return ctx.text();
-    }
-
     Quor::Ptr<CoreDedupTables> tables = coreDedupTablesFactory();
 };
 
@@ -79,38 +74,37 @@ TEST_F(SegmentTest, AnIdentityIsNeverGivenAgain) {
 }
 
 TEST_F(SegmentTest, ObserversSeeWhoCameAndWhoWent) {
-    struct Observer {
-        NotifyingSegmentCollection const& collection;
-        std::vector<std::string> events;
-        void handle(Quor::Ptr<SegmentLifeTimeNotifier const> const& notifier) {
-            bool const live = collection.segmentNotifier(notifier);
-            EXPECT_EQ(notifier->segmentRawPtr()->segmentLifeTimeNotifier(), notifier.get());
-            events.push_back((live ? "+ " : "- ") + notifier->toStrep());
-            last = notifier;
-        }
-        Quor::Ptr<SegmentLifeTimeNotifier const> last;
-    } observer{*tables->notifyingSegmentCollection(), {}, {}};
-    Quor::Reactor<Quor::Ptr<SegmentLifeTimeNotifier const>> const reactor(
-        observer.collection.notifierSubject(), &observer,
-        [](Observer& self, Quor::Ptr<SegmentLifeTimeNotifier const> const& notifier) {
-            self.handle(notifier);
-        });
+    auto const& collection = *tables->notifyingSegmentCollection();
+    std::vector<std::string> events;
+    Quor::Ptr<SegmentLifeTimeNotifier const> last;
+    Watch const watch(collection.notifierSubject(), [&](auto const& notifier) {
+        EXPECT_EQ(notifier->segmentRawPtr()->segmentLifeTimeNotifier(), notifier.get());
+        events.push_back((collection.segmentNotifier(notifier) ? "+ " : "- ") +
+                         notifier->toStrep());
+        last = notifier;
+    });
     TraceLines traces("SrTePolicySegment");
     intern(16);
-    EXPECT_THAT(observer.events, ElementsAre("+ Id: 1, Type: mplsLabel, Label: 16",
-                                             "- Id: 1, Type: mplsLabel, Label: 16"));
+    EXPECT_THAT(events, ElementsAre("+ Id: 1, Type: mplsLabel, Label: 16",
+                                    "- Id: 1, Type: mplsLabel, Label: 16"));
     EXPECT_THAT(traces.take(), ElementsAre("Insert Segment: Id: 1, Type: mplsLabel, Label: 16"));
 
     // Who keeps a notifier holds one that stands for nothing.
-    EXPECT_EQ(observer.last->segmentRawPtr(), nullptr);
-    EXPECT_EQ(observer.last->toStrep(), "");
-    EXPECT_FALSE(observer.collection.segmentNotifier(observer.last));
+    EXPECT_EQ(last->segmentRawPtr(), nullptr);
+    EXPECT_EQ(last->toStrep(), "");
+    EXPECT_FALSE(collection.segmentNotifier(last));
 }
 
 TEST_F(SegmentTest, TheTablesAreMadeOnceAndEndWithNobodyLeftInTheCollection) {
     auto const before = tables->segDedupTablePtr();
     tables->handleInitialized();
     EXPECT_EQ(tables->segDedupTablePtr(), before);
+    EXPECT_EQ(dumpOf(*tables, 0),
+              " CoreDedupTables:\n"
+              "  NotifyingSegmentCollection: uniqueIds:0\n"
+              "  SegmentDedupTable: segments:0\n"
+              "  NotifyingSegmentListCollection: uniqueIds:0\n"
+              "  SegmentListDedupTable: segmentLists:0\n");
 
     auto const collection = tables->notifyingSegmentCollection();
     auto const survivor = intern(16);
@@ -120,18 +114,6 @@ TEST_F(SegmentTest, TheTablesAreMadeOnceAndEndWithNobodyLeftInTheCollection) {
     EXPECT_TRUE(collection->segmentNotifier().empty());
     EXPECT_FALSE(survivor->isDeduped());
     EXPECT_EQ(survivor->segmentLifeTimeNotifier(), nullptr);
-}
-
-TEST_F(SegmentTest, Dumps) {
-    auto const segment = intern(16);
-    EXPECT_EQ(dump(tables->notifyingSegmentCollection(), 4),
-              "    NotifyingSegmentCollection: uniqueIds:1\n");
-    EXPECT_EQ(dump(tables),
-              " CoreDedupTables:\n"
-              "  NotifyingSegmentCollection: uniqueIds:1\n"
-              "  SegmentDedupTable: segments:1\n"
-              "  NotifyingSegmentListCollection: uniqueIds:0\n"
-              "  SegmentListDedupTable: segmentLists:0\n");
 }
 
 struct Abstract final : SegmentBase {
@@ -151,44 +133,24 @@ TEST_F(SegmentTest, ProgrammingErrorsStopTheAgent) {
     EXPECT_DEATH(notifiee->handleRemove(abstract.get()), "__null != lifeTimeNotifier");
 }
 
-class SegmentStatusTest : public testing::Test {
-protected:
-    void handle(SegmentId id) { told += id.stringValue() + (status->status(id) ? "+ " : "- "); }
-    Quor::Ptr<SegmentResolve> record(std::uint32_t id) const {
-        return Quor::makePtr<SegmentResolve>(SegmentId(id),
-                                             segmentViaInfoFactory(Mpls::LfibViaType::mpls));
-    }
-    std::string dump() const {
-        Keel::DumpContext ctx;
-        status->dumpState(ctx, 2);
-        return ctx.text();
-    }
-
-    Quor::Ptr<SegmentStatus> status = segmentStatusFactory();
+TEST(SegmentStatus, EveryWriteIsToldAndTheDumpIsInOrder) {
+    auto const status = segmentStatusFactory();
     std::string told;
-    Quor::Reactor<SegmentId> reactor{
-        status->status(), this,
-        [](SegmentStatusTest& self, SegmentId const& id) { self.handle(id); }};
-};
-
-TEST_F(SegmentStatusTest, EveryWriteIsToldAndNoDeletionOfNothing) {
-    auto const three = record(3);
+    Watch const watch(status->status(), [&](SegmentId const& id) {
+        told += id.stringValue() + (status->status(id) ? "+ " : "- ");
+    });
+    auto const viaInfo = segmentViaInfoFactory(Mpls::LfibViaType::mpls);
+    auto const three = Quor::makePtr<SegmentResolve>(SegmentId(3), viaInfo);
     status->statusIs(three);
     status->statusIs(three);
-    status->statusIs(record(2));
-    status->statusDel(SegmentId(4));
-    status->statusDelAll();
-    EXPECT_EQ(told, "3+ 3+ 2+ 2- 3- ");
-}
-
-TEST_F(SegmentStatusTest, DumpsTheRecordsInOrder) {
-    EXPECT_EQ(dump(), "  statuses #0 \n");
-    status->statusIs(record(3));
     status->statusIs(Quor::makePtr<SegmentResolve>(SegmentId(2), nullptr));
-    EXPECT_EQ(dump(),
+    EXPECT_EQ(dumpOf(*status),
               "  statuses #2 \n"
               "    segmentId: 2\n"
               "    segmentId: 3, viaInfo: ViaType: 1, Vias: \n");
+    status->statusDel(SegmentId(4));
+    status->statusDelAll();
+    EXPECT_EQ(told, "3+ 3+ 2+ 2- 3- ");
 }
 
 }  // namespace

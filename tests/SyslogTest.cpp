@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -17,12 +15,12 @@ Syslog::Message const plain("TEST_PLAIN", "plain", "None.", "None.", 6, 5.0);
 
 class SyslogTest : public testing::Test, private Syslog::Sink {
 protected:
-    void SetUp() override {
+    SyslogTest() {
         Keel::activityClockIs(&clock);
         Syslog::sinkIs(this);
         Syslog::limiterClear();
     }
-    void TearDown() override { Syslog::sinkIs(nullptr); }
+    ~SyslogTest() override { Syslog::sinkIs(nullptr); }
 
     Keel::VirtualClock clock;
     std::vector<std::string> sent;

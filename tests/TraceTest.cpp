@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -17,26 +15,21 @@ struct Named {
     std::string stringValue() const { return "named"; }
 };
 
-class LineCollector final : public Duallog::Sink {
-public:
+class TraceTest : public testing::Test, protected Duallog::Sink {
+protected:
+    TraceTest() {
+        Keel::activityClockIs(&clock);
+        Duallog::primarySinkIs(this);
+    }
+    ~TraceTest() override { Duallog::reset(); }
     void line(Fastlog::Facility const& facility, int level, double time,
               std::string_view text) override {
         lines.push_back(std::string(facility.name()) + "/" + std::to_string(level) + "@" +
                         std::to_string(time) + " " + std::string(text));
     }
-    std::vector<std::string> lines;
-};
-
-class TraceTest : public testing::Test {
-protected:
-    void SetUp() override {
-        Keel::activityClockIs(&clock);
-        Duallog::primarySinkIs(&sink);
-    }
-    void TearDown() override { Duallog::reset(); }
 
     Keel::VirtualClock clock;
-    LineCollector sink;
+    std::vector<std::string> lines;
 };
 
 TEST_F(TraceTest, ATraceIsEvaluatedOnlyWhileItsLevelIsOn) {
@@ -51,7 +44,7 @@ TEST_F(TraceTest, ATraceIsEvaluatedOnlyWhileItsLevelIsOn) {
     traceFacility.levelMaskIs(1u << 8);
     clock.nowIs(1.5);
     trace();
-    EXPECT_THAT(sink.lines, testing::ElementsAre("TraceTest/8@1.500000 evaluated: 1"));
+    EXPECT_THAT(lines, testing::ElementsAre("TraceTest/8@1.500000 evaluated: 1"));
     EXPECT_EQ(Duallog::ring().dump(), "1.500000 TraceTest/8 evaluated: 1\n");
 
     Duallog::reset();
@@ -65,10 +58,9 @@ TEST_F(TraceTest, ALineTakesEveryPrintableValue) {
     std::string const text = "text";
     SRTE_TRACE(0, true << ' ' << false << ' ' << 'c' << ' ' << std::uint8_t{200} << ' ' << -7);
     SRTE_TRACE(31, ~std::uint64_t{0} << ' ' << 0.1 << ' ' << text << ' ' << Named());
-    EXPECT_THAT(sink.lines,
-                testing::ElementsAre("TraceTest/0@0.000000 1 0 c 200 -7",
-                                     "TraceTest/31@0.000000 18446744073709551615 0.100000 "
-                                     "text named"));
+    EXPECT_THAT(lines, testing::ElementsAre("TraceTest/0@0.000000 1 0 c 200 -7",
+                                            "TraceTest/31@0.000000 18446744073709551615 0.100000 "
+                                            "text named"));
 }
 
 TEST_F(TraceTest, MasksAreSetByName) {
@@ -102,7 +94,7 @@ TEST_F(TraceTest, TheRingKeepsTheNewestLinesThatFit) {
 TEST_F(TraceTest, AFailedAssertionPrintsTheRingAndThenItsText) {
     traceFacility.levelMaskIs(Fastlog::allLevels);
     SRTE_TRACE(1, "the last thing that happened");
-    EXPECT_DEATH(QUOR_ASSERT(sink.lines.empty(), "no lines"),
+    EXPECT_DEATH(QUOR_ASSERT(lines.empty(), "no lines"),
                  "0.000000 TraceTest/1 the last thing that happened\n.*no lines");
 }
 
