@@ -1,28 +1,17 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "Platform/Keel/Clock.h"
-#include "Platform/Mpls/LfibMerge.h"
-#include "Platform/Mpls/LfibWriter.h"
 #include "SrTePolicy/SrTePolicyInputSm.h"
-#include "tests/SyslogLines.h"
-#include "tests/TraceLines.h"
+#include "tests/support/MachineTest.h"
+#include "tests/support/Routes.h"
 
 namespace SrTePolicy::Test {
 
 inline constexpr std::uint32_t noBsid = Wirex::MplsLabel::null;
-
-inline Wirex::IpGenAddr address(char const* text) {
-    return Wirex::IpGenAddr::parse(text).value_or(Wirex::IpGenAddr());
-}
 inline PolicyKey const P = {address("192.0.2.5"), 100};
 inline PolicyKey const Q = {address("2001:db8::6"), 100};
 
@@ -60,35 +49,21 @@ struct Path {
 
 /// Policy input between its sources and selection, both of which the test plays. The SRLB is 1000
 /// to 1099.
-class PolicyInputFixture : public testing::Test {
+class PolicyInputFixture : public MachineTest {
 protected:
     PolicyInputFixture() {
         clock.systemTimeOffsetIs(500);
-        Keel::activityClockIs(&clock);
         mplsConfig->labelRangeIs("srlb", {1000, 100});
         for (auto const& [protocol, input] : inputs) source->policyInputIs(input);
-        start();
-    }
-    // A restart with unchanged inputs writes nothing that survives it.
-    void TearDown() override {
-        if (restartsHitless) {
-            run();
-            auto const before = selected();
-            restart();
-            EXPECT_EQ(run(), "");
-            EXPECT_EQ(selected(), before);
-        }
-        policyInputProtocols().clear();
-    }
-
-    void create() {
-        sm = policyInputSmFactory(settings, source, mplsConfig, merge->lfibStatus(),
-                                  merge->lfibTrackingStatus(), selectionInput, dedup, users,
-                                  verdicts, scheduler, fieldlog);
-    }
-    void start() {
         create();
         sm->handleInitialized();
+    }
+    ~PolicyInputFixture() override { policyInputProtocols().clear(); }
+
+    void create() {
+        sm = policyInputSmFactory(settings, source, mplsConfig, router.merge->lfibStatus(),
+                                  router.merge->lfibTrackingStatus(), selectionInput, dedup, users,
+                                  verdicts, scheduler, fieldlog);
     }
     // Nothing is withdrawn; what lived stands in the exported lists.
     void crash() {
@@ -97,8 +72,8 @@ protected:
         auto const& live = dedup->notifyingSegmentListCollection()->segmentListNotifier();
         for (auto row = live.begin(); row; row.next()) {
             auto const& list = *row.value()->segmentListRawPtr();
-            Export::SegmentList copy{list.segmentListId(), list.policyId(), list.distinguisherId(),
-                                     list.size()};
+            Export::SegmentList copy{
+                list.segmentListId(), list.policyId(), list.distinguisherId(), list.size(), {}};
             for (std::uint32_t i = 0; i < list.size(); ++i) copy.segment[i] = list.segmentLabel(i);
             exported->segmentListIs(copy);
         }
@@ -107,18 +82,22 @@ protected:
         verdicts = policyKeyToIdMapFactory();
     }
     // What was interned keeps its identity until the start is over.
-    void restart() {
+    void restart() override {
         if (sm) crash();
         auto const survivors = reinternSurvivingLists(dedup, exported);
-        start();
+        create();
+        sm->handleInitialized();
         scheduler->runReady();
+    }
+    void settle() override {
+        scheduler->runReady();
+        EXPECT_TRUE(sm->drained());
     }
     // Returns what PolicySelectionInput told since the last call.
     std::string run() {
-        scheduler->runReady();
-        EXPECT_TRUE(sm->drained());
+        settle();
         std::string told;
-        for (auto const& event : std::exchange(log, {})) told += (told.empty() ? "" : "; ") + event;
+        for (auto const& event : takeLog()) told.append(told.empty() ? "" : "; ").append(event);
         return told;
     }
 
@@ -131,17 +110,17 @@ protected:
         inputs.at(path.protocol)->policyInputEntryDel(path.id());
     }
     void route(std::uint32_t label, std::uint32_t application = 9) {
-        Mpls::ConsolidatedLfibRoute made;
-        made.key = Mpls::RouteKey::fromLabel(Wirex::MplsLabel(label));
+        auto made = routeOver(label, {});
         made.source = static_cast<Mpls::LFib::Source>(application);
         Mpls::LfibWriter(tableOf(application)).lfibRouteIs(made);
     }
     void routeGoes(std::uint32_t label, std::uint32_t application = 9) {
-        auto const key = Mpls::RouteKey::fromLabel(Wirex::MplsLabel(label));
-        Mpls::LfibWriter(tableOf(application)).lfibRouteDel(key);
+        Mpls::LfibWriter(tableOf(application)).lfibRouteDel(keyOf(label));
     }
     Quor::Ptr<Mpls::LfibStatus> tableOf(std::uint32_t application) const {
-        return application == 24 ? policyLfib : application == 1 ? gribiLfib : otherLfib;
+        return application == 24  ? router.policyLfib
+               : application == 1 ? router.gribiLfib
+                                  : router.lfib;
     }
 
     static std::string name(PolicyId const& id) {
@@ -164,7 +143,7 @@ protected:
         return std::string(" bsid ").append(std::to_string(bsid));
     }
     // CANDIDATE [bsid N] [enlp N]: LABELSxWEIGHT...
-    std::string selected() const {
+    std::string outputs() const override {
         std::ostringstream text;
         std::set<SegmentListId> named;
         auto const& entries = selectionInput->policyIdEntry();
@@ -214,19 +193,14 @@ protected:
         }
         return ids;
     }
-    std::string dump() const {
-        Keel::DumpContext ctx;
-        sm->dumpState(ctx, 2);
-        return ctx.text();
+    // Who asks for which binding SID.
+    std::string bsids() const {
+        auto const dump = dumpOf(*sm);
+        return dump.substr(dump.find("  bsid"));
     }
-    // Of `dump`, who asks for which binding SID.
-    std::string bsids() const { return dump().substr(dump().find("  bsid")); }
 
-    Keel::VirtualClock clock;
-    Quor::Ptr<Keel::TaskScheduler> scheduler = Quor::makePtr<Keel::TaskScheduler>(clock);
-    Quor::Ptr<Keel::FieldlogSm> fieldlog = Quor::makePtr<Keel::FieldlogSm>();
     SyslogLines syslog;
-
+    RouterLfib router;
     Quor::Ptr<Config> settings = configFactory();
     Quor::Ptr<PolicyInputSource> source = policyInputSourceFactory();
     std::map<Protocol, Quor::Ptr<PolicyInput>> inputs = {
@@ -234,12 +208,6 @@ protected:
         {Protocol::bgp, policyInputFactory(Protocol::bgp)},
         {Protocol::pcep, policyInputFactory(Protocol::pcep)}};
     Quor::Ptr<Mpls::Config> mplsConfig = Quor::makePtr<Mpls::Config>();
-    Quor::Ptr<Mpls::LfibStatus> otherLfib =
-        Quor::makePtr<Mpls::LfibStatus>(Mpls::EqualWrites::notify);
-    Quor::Ptr<Mpls::LfibStatus> gribiLfib = Quor::makePtr<Mpls::LfibStatus>();
-    Quor::Ptr<Mpls::LfibStatus> policyLfib = Quor::makePtr<Mpls::LfibStatus>();
-    Quor::Ptr<Mpls::LfibMerge> merge =
-        Quor::makePtr<Mpls::LfibMerge>(otherLfib, gribiLfib, policyLfib);
 
     Quor::Ptr<PolicySelectionInput> selectionInput = policySelectionInputFactory();
     Quor::Ptr<Export::SegmentListCollection> exported = Export::segmentListCollectionFactory();
@@ -249,19 +217,12 @@ protected:
     Quor::Ptr<PolicyInputSm> sm;
 
     std::map<PolicyId, Path> paths;
-    bool restartsHitless = true;
-    std::vector<std::string> log;
-
-    Quor::Reactor<PolicyId> entryReactor{
-        selectionInput->entrySubject(), this, [](PolicyInputFixture& self, PolicyId const& id) {
-            bool const there = self.selectionInput->policyIdEntry(id);
-            self.log.push_back(std::string(there ? "+" : "-").append(name(id)));
-        }};
-    Quor::Reactor<PolicyId> bindingSidReactor{
-        selectionInput->bindingSidSubject(), this,
-        [](PolicyInputFixture& self, PolicyId const& id) {
-            self.log.push_back(std::string("bsid ").append(name(id)));
-        }};
+    Watch<PolicyId> entryWatch{selectionInput->entrySubject(), [this](PolicyId const& id) {
+                                   wrote(selectionInput->policyIdEntry(id), "", name(id));
+                               }};
+    Watch<PolicyId> bindingSidWatch{
+        selectionInput->bindingSidSubject(),
+        [this](PolicyId const& id) { log.push_back(std::string("bsid ").append(name(id))); }};
 };
 
 }  // namespace SrTePolicy::Test

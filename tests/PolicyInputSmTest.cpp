@@ -324,7 +324,7 @@ TEST_F(PolicyInputSmTest, APolicyNeverLosesItsCandidatesInBetween) {
     offer({.discriminator = 3, .lists = {{{18}}}});
     offer({.discriminator = 4, .lists = {{{19}}}});
     scheduler->runOne();
-    EXPECT_THAT(std::exchange(log, {}), ElementsAre("+PBGP4", "+PBGP3"));
+    EXPECT_THAT(takeLog(), ElementsAre("+PBGP4", "+PBGP3"));
     scheduler->yieldAfterWorkIs(std::nullopt);
 }
 
