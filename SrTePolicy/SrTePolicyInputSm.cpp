@@ -244,8 +244,8 @@ void PolicyInputSm::processPolicyEntry(PolicyId const& policyId, bool changed, S
     addInPolicyKeyToIdMap(policyId.key, policyId.candidate, changed, reason, bindingSid);
 }
 
-// Selection may run between two runs of this task. Were a candidate gone, or left with lists that
-// nothing resolves, before its successor has come, it would withdraw the policy.
+// Selection may run between two runs of this task. Were a candidate gone, or its lists exchanged
+// for worse ones, before its successor has come, it would withdraw the policy.
 void PolicyInputSm::processPendingSiblings(PolicyId const& policyId) {
     if (!policySelectionInput_->policyIdEntry(policyId)) return;
     auto const& key = policyId.key;

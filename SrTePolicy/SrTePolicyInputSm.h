@@ -31,8 +31,8 @@ SRTE_EXPORT std::vector<Protocol>& policyInputProtocols();
 ///   runs    in its task ("InputSmTask"); events only mark candidates
 ///
 /// When a candidate is about to go or to be rewritten, the other pending ones of its policy are
-/// processed first, in the same run: a policy that keeps a usable candidate through a burst of
-/// changes keeps one all the time, however the task's time is sliced.
+/// processed first, however the task's time is sliced: a policy that keeps a usable candidate
+/// through a burst of changes keeps one all the time.
 class SRTE_EXPORT PolicyInputSm final : public Quor::PtrInterface {
 public:
     PolicyInputSm(Quor::Ptr<Config const> config, Quor::Ptr<PolicyInputSource const> input,
