@@ -1,14 +1,8 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
-
-#include "Platform/Fastlog/Trace.h"
-#include "Platform/Keel/Clock.h"
-#include "Platform/Syslog/Syslog.h"
 #include "SrTePolicy/SrTePolicyPublishSm.h"
+#include "tests/support/MachineTest.h"
+#include "tests/support/Routes.h"
 
 namespace SrTePolicy {
 
@@ -16,7 +10,7 @@ inline constexpr std::uint64_t firstFecId = 0x0F00000100000000;
 inline constexpr std::uint32_t noBsid = Wirex::MplsLabel::null;
 
 inline PolicyKey key(char const* endpoint, std::uint32_t color = 1) {
-    return {Wirex::IpGenAddr::parse(endpoint).value_or(Wirex::IpGenAddr()), color};
+    return {address(endpoint), color};
 }
 inline PolicyKey const P = key("10.0.0.1");
 inline PolicyKey const Q = key("10.0.0.2");
@@ -35,31 +29,15 @@ struct Active {
     std::uint32_t discriminator = 1;
 };
 
-/// The publish machine with its tables, which every test leaves to a restart that must not write a
-/// single row.
-class PolicyPublishFixture : public testing::Test, Syslog::Sink, Duallog::Sink {
+/// The publish machine with its tables.
+class PolicyPublishFixture : public MachineTest {
 protected:
     using FecId = Pooltab::Fib::FecId;
     using TunnelId = Tunnel::TunnelTable::TunnelId;
 
     PolicyPublishFixture() {
         clock.systemTimeOffsetIs(1000);
-        Keel::activityClockIs(&clock);
-        Syslog::limiterClear();
-        Syslog::sinkIs(this);
-        Duallog::primarySinkIs(this);
         start();
-    }
-    void TearDown() override {
-        if (restartsHitless) {
-            run();
-            log.clear();
-            restart();
-            run();
-            EXPECT_THAT(log, testing::ElementsAre());
-        }
-        Duallog::reset();
-        Syslog::sinkIs(nullptr);
     }
 
     void create() {
@@ -70,10 +48,11 @@ protected:
         create();
         sm->handleInitialized();
     }
-    void restart() {
+    void restart() override {
         sm = nullptr;  // as in a crash: nothing is withdrawn
         start();
     }
+    void settle() override { run(); }
     void run() {
         scheduler->runReady();
         EXPECT_TRUE(sm->drained());
@@ -100,7 +79,7 @@ protected:
         run();
     }
     static CandidateId candidate(std::uint32_t discriminator) {
-        return {Protocol::config, *Wirex::IpGenAddr::parse("192.0.2.9"), 65001, discriminator};
+        return {Protocol::config, address("192.0.2.9"), 65001, discriminator};
     }
 
     static std::string name(PolicyKey const& policy) {
@@ -157,19 +136,14 @@ protected:
         }
         return text;
     }
-    std::string dump() const {
-        Keel::DumpContext ctx;
-        sm->dumpState(ctx, 2);
-        return ctx.text();
-    }
+    std::string outputs() const override { return published() + fecs() + rows() + tunnels(); }
+    std::string dump() const { return dumpOf(*sm); }
 
     void wrote(bool present, char const* table, std::string const& row) {
-        log.push_back(std::string(1, present ? '+' : '-').append(table).append(" ").append(row));
+        MachineTest::wrote(present, table, row);
         if (writesUntilCrash > 0 && --writesUntilCrash == 0) throw Crash();
     }
 
-    Keel::VirtualClock clock;
-    Quor::Ptr<Keel::TaskScheduler> scheduler = Quor::makePtr<Keel::TaskScheduler>(clock);
     Quor::Ptr<EcPolicy> ecPolicy = ecPolicyFactory();
     Quor::Ptr<Config> config = configFactory();
     Quor::Ptr<PolicyStatus> status = policyStatusFactory();
@@ -179,37 +153,28 @@ protected:
         Quor::makePtr<Tunnel::TunnelTable::SrTePolicyTunnelTable>();
     Quor::Ptr<PolicyPublishSm> sm;
 
-    bool restartsHitless = true;
+    SyslogLines syslog;
+
     struct Crash {};
     std::uint32_t writesUntilCrash = 0;  // 0: never
-    std::vector<std::string> log;        // every write of an output, in order
-    std::vector<std::string> syslogs;
-    std::vector<std::string> traces;
 
 private:
-    void message(Syslog::Message const& message, double, std::string_view text) override {
-        syslogs.push_back(std::string(message.identifier()) + ": " + std::string(text));
-    }
-    void line(Fastlog::Facility const&, int, double, std::string_view text) override {
-        traces.emplace_back(text);
-    }
-    Quor::Reactor<PolicyKey> statusReactor_{
-        status->policyStatusEntry(), this, [](auto& self, auto const& changed) {
-            self.wrote(self.status->policyStatusEntry().has(changed), "status", name(changed));
-        }};
-    Quor::Reactor<FecId> rowReactor_{
-        status->fecIdToPolicyKey(), this, [](auto& self, auto const& changed) {
-            self.wrote(self.status->fecIdToPolicyKey().has(changed), "row", number(changed));
-        }};
-    Quor::Reactor<FecId> fecReactor_{fwdStatus->fec(), this, [](auto& self, auto const& changed) {
-                                         self.wrote(self.fwdStatus->fec().has(changed), "fec",
-                                                    number(changed));
-                                     }};
-    Quor::Reactor<TunnelId> tunnelReactor_{
-        policyTunnels->entry(), this, [](auto& self, auto const& changed) {
-            self.wrote(self.policyTunnels->entry().has(changed), "tunnel",
-                       std::to_string(changed.index() - 0x100000000));
-        }};
+    Watch<PolicyKey> statusWatch_{status->policyStatusEntry(), [this](auto const& changed) {
+                                      wrote(status->policyStatusEntry().has(changed), "status ",
+                                            name(changed));
+                                  }};
+    Watch<FecId> rowWatch_{status->fecIdToPolicyKey(), [this](auto const& changed) {
+                               wrote(status->fecIdToPolicyKey().has(changed), "row ",
+                                     number(changed));
+                           }};
+    Watch<FecId> fecWatch_{fwdStatus->fec(), [this](auto const& changed) {
+                               wrote(fwdStatus->fec().has(changed), "fec ", number(changed));
+                           }};
+    Watch<TunnelId> tunnelWatch_{policyTunnels->entry(), [this](auto const& changed) {
+                                     auto const index =
+                                         std::to_string(changed.index() - 0x100000000);
+                                     wrote(policyTunnels->entry().has(changed), "tunnel ", index);
+                                 }};
 };
 
 }  // namespace SrTePolicy

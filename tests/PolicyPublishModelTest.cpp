@@ -162,10 +162,10 @@ protected:
 
     Quor::Ptr<Mpls::LfibStatus> lfib = Quor::makePtr<Mpls::LfibStatus>();
     Quor::Ptr<SrTePolicyLfibGenSm> lfibGen;
-    Quor::Reactor<Mpls::RouteKey> routeReactor{
-        lfib->rows(), this, [](auto& self, auto const& changed) {
-            self.wrote(self.lfib->rows().has(changed), "route", changed.stringValue());
-        }};
+    Watch<Mpls::RouteKey> routeWatch{lfib->rows(), [this](auto const& changed) {
+                                         wrote(lfib->rows().has(changed), "route ",
+                                               changed.stringValue());
+                                     }};
     std::mt19937 engine{20240613};
     std::vector<PolicyKey> const policies = {P, Q, R, key("10.0.0.4"), key("10.0.0.5")};
 };

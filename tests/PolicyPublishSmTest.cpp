@@ -10,7 +10,7 @@ using testing::HasSubstr;
 using PolicyPublishSmTest = PolicyPublishFixture;
 
 TEST_F(PolicyPublishSmTest, AnActiveCandidateBecomesFecsAStatusAndRows) {
-    Fastlog::levelMaskIs("*", 1u << 7 | 1u << 9);
+    TraceLines capture("*", 1u << 7 | 1u << 9);
     publish(P, {.bsid = 1000, .lists = {list(5), list(3, 7), list(3, 7)}, .enlp = 0});
 
     EXPECT_EQ(published(), "10.0.0.1/1 candidate 1 bsid 1000 fecs 0 0 1 since 1000\n");
@@ -18,6 +18,7 @@ TEST_F(PolicyPublishSmTest, AnActiveCandidateBecomesFecsAStatusAndRows) {
     EXPECT_EQ(rows(), "0 10.0.0.1/1\n1 10.0.0.1/1\n");
     EXPECT_EQ(tunnels(), "");
     EXPECT_THAT(log, ElementsAre("+fec 0", "+fec 1", "+status 10.0.0.1/1", "+row 0", "+row 1"));
+    auto traces = capture.take();
     traces.erase(traces.begin() + 4, traces.begin() + 8);  // the second FEC is traced likewise
     EXPECT_THAT(traces,
                 ElementsAre("Creating policy fecId: 0x0f00000100000000", "Adding tunnelId: 13-5",
@@ -45,17 +46,18 @@ TEST_F(PolicyPublishSmTest, AListOfTheActiveCandidateGoesWithTheSameFecId) {
 TEST_F(PolicyPublishSmTest, APolicyWithoutActiveIsWithdrawn) {
     config->coloredRib.valueIs(true);
     publish(P, {.bsid = 1000, .enlp = 1});
-    Fastlog::levelMaskIs("*", 1u << 7);
+    TraceLines traces("*", 1u << 7);
     log.clear();
     ecPolicy->candidateDel({P, candidate(1)});
     run();
     EXPECT_THAT(log, ElementsAre("-tunnel 0", "-fec 0", "-fec 1", "-row 0", "-row 1",
                                  "-status 10.0.0.1/1"));
-    EXPECT_THAT(traces, ElementsAre("Policy: endpoint 10.0.0.1 color 1 will be removed",
-                                    "Removing policy: endpoint 10.0.0.1 color 1 from the policy "
-                                    "tunnel table",
-                                    "Delete policy fecId: 0x0f00000100000000",
-                                    "Delete policy fecId: 0x0f00000100000001"));
+    EXPECT_THAT(traces.take(),
+                ElementsAre("Policy: endpoint 10.0.0.1 color 1 will be removed",
+                            "Removing policy: endpoint 10.0.0.1 color 1 from the policy "
+                            "tunnel table",
+                            "Delete policy fecId: 0x0f00000100000000",
+                            "Delete policy fecId: 0x0f00000100000001"));
 
     publish(P, {});  // the numbers rest for 300 seconds
     EXPECT_EQ(published(), "10.0.0.1/1 candidate 1 fecs 2 2 2 since 1000\n");
@@ -114,15 +116,16 @@ TEST_F(PolicyPublishSmTest, VariantsGoAfterTheStatusThatStopsNamingThem) {
 }
 
 TEST_F(PolicyPublishSmTest, TheFirstHolderKeepsABindingSid) {
-    Fastlog::levelMaskIs("*", 1u << 7);
+    TraceLines traces("*", 1u << 7);
     publish(Q, {.bsid = 1000});
     publish(P, {.bsid = 1000, .discriminator = 4});
     publish(R, {.bsid = 1000});
 
     EXPECT_EQ(published(), "10.0.0.2/1 candidate 1 bsid 1000 fecs 0 0 0 since 1000\n");
     EXPECT_EQ(fecs(), "0: 1\n");
-    EXPECT_THAT(traces, Contains("Policy: endpoint 10.0.0.1 color 1, binding-sid 1000 is "
-                                 "unavailable"));
+    EXPECT_THAT(traces.take(), Contains("Policy: endpoint 10.0.0.1 color 1, binding-sid 1000 is "
+                                        "unavailable"));
+    auto const syslogs = syslog.take();
     ASSERT_EQ(syslogs.size(), 2u);
     EXPECT_EQ(syslogs[0],
               "SRTE_POLICY_CONFLICT_BSID_IN_USE: Endpoint 10.0.0.1, color 1, protocol config, "
@@ -176,19 +179,21 @@ TEST_F(PolicyPublishSmTest, WhatNoFecCanExpressIsNotPublished) {
     publish(Q, {.bsid = 1000});
     EXPECT_EQ(fwdStatus->fec(status->policyStatusEntry(P).v4FecId)->vias().size(), 600u);
 
-    Fastlog::levelMaskIs("*", 1u << 7);
+    TraceLines traces("*", 1u << 7);
     wide.lists.push_back(list(601));
     publish(P, wide);  // gives way to Q
     EXPECT_EQ(published(), "10.0.0.2/1 candidate 1 bsid 1000 fecs 3 3 3 since 1000\n");
     EXPECT_EQ(fecs(), "3: 1\n");
-    EXPECT_THAT(traces, Contains("Policy: endpoint 10.0.0.1 color 1 cannot be published: ViaIndex::"
-                                 "value < ViaIndex::min or > ViaIndex::max not allowed"));
+    EXPECT_THAT(traces.take(),
+                Contains("Policy: endpoint 10.0.0.1 color 1 cannot be published: ViaIndex::"
+                         "value < ViaIndex::min or > ViaIndex::max not allowed"));
     for (std::uint32_t again = 2; again < 5; ++again) {
         publish(R, {.bsid = 1000, .lists = {list(1, 0)}, .discriminator = again});
     }
-    EXPECT_THAT(traces, Contains("Policy: endpoint 10.0.0.3 color 1 cannot be published: Via::"
-                                 "weight < Via::minWeight not allowed"));
-    EXPECT_EQ(syslogs.size(), 1u);  // Q's first try: what has no FEC claims nothing
+    EXPECT_THAT(traces.take(),
+                Contains("Policy: endpoint 10.0.0.3 color 1 cannot be published: Via::"
+                         "weight < Via::minWeight not allowed"));
+    EXPECT_EQ(syslog.take().size(), 1u);  // Q's first try: what has no FEC claims nothing
 
     publish(R, {});  // no identifier was lost on the way
     EXPECT_THAT(published(), HasSubstr("10.0.0.3/1 candidate 1 fecs 4 4 4"));
@@ -228,20 +233,19 @@ TEST_F(PolicyPublishSmTest, TheColoredRibWalkYieldsAndNewPoliciesFollowAtOnce) {
 TEST_F(PolicyPublishSmTest, TheColoredRibWalkStopsWithTheMachine) {
     restartsHitless = false;
     for (auto const& policy : {P, Q}) publish(policy, {});
-    Quor::Reactor<TunnelId> const ending{policyTunnels->entry(), sm.get(),
-                                         [](auto& machine, auto const&) { machine.handleDel(); }};
+    Watch const ending(policyTunnels->entry(), [this](auto const&) { sm->handleDel(); });
     config->coloredRib.valueIs(true);
     run();
     EXPECT_EQ(published() + fecs() + rows() + tunnels(), "");
 }
 
 TEST_F(PolicyPublishSmTest, AYieldLeavesABookmark) {
-    Fastlog::levelMaskIs("*", 1u << 9);
+    TraceLines traces("*", 1u << 9);
     scheduler->yieldAfterWorkIs(1);
     for (auto const& policy : {P, Q, R}) select(policy, {});
     scheduler->runOne();
-    EXPECT_THAT(traces, ElementsAre("Bookmark placed at policy: endpoint 10.0.0.2 color 1",
-                                    "Processed 1 publish entries, delay task: 0"));
+    EXPECT_THAT(traces.take(), ElementsAre("Bookmark placed at policy: endpoint 10.0.0.2 color 1",
+                                           "Processed 1 publish entries, delay task: 0"));
     EXPECT_THAT(dump(), HasSubstr("pendingPolicies #2 \n"
                                   "  Policy: endpoint 10.0.0.2 color 1\n"
                                   "  Policy: endpoint 10.0.0.3 color 1\n"
@@ -327,10 +331,11 @@ TEST_F(PolicyPublishSmTest, OurOwnMistakesStopTheAgent) {
     EXPECT_DEATH(BindingSidClaims().release(Wirex::MplsLabel(), P),
                  "bsid != Wirex::MplsLabel\\(\\): Cannot release invalid binding-sid");
 
-    Fastlog::levelMaskIs("SrTePolicyBindingSidClaims", Fastlog::allLevels);
+    TraceLines traces("SrTePolicyBindingSidClaims", Fastlog::allLevels);
     BindingSidClaims().release(Wirex::MplsLabel(1000), P);
-    EXPECT_THAT(traces, ElementsAre("Binding-sid 1000 is not available when expected for policy: "
-                                    "endpoint 10.0.0.1 color 1"));
+    EXPECT_THAT(traces.take(),
+                ElementsAre("Binding-sid 1000 is not available when expected for policy: "
+                            "endpoint 10.0.0.1 color 1"));
 }
 
 }  // namespace

@@ -1,24 +1,17 @@
 #pragma once
 
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <map>
 #include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "Platform/Fastlog/Trace.h"
-#include "Platform/Keel/Clock.h"
 #include "SrTePolicy/SrTePolicySelectionSm.h"
+#include "tests/support/MachineTest.h"
+#include "tests/support/Routes.h"
 
 namespace SrTePolicy::Test {
 
 using Wirex::MplsLabel;
 
-inline Wirex::IpGenAddr address(char const* text) {
-    return Wirex::IpGenAddr::parse(text).value_or(Wirex::IpGenAddr());
-}
 inline PolicyKey const P = {address("192.0.2.5"), 100};
 inline PolicyKey const Q = {address("192.0.2.6"), 100};
 
@@ -47,57 +40,30 @@ struct Path {
 };
 
 /// Selection between policy input and publishing, both of which the test plays.
-class PolicySelectionFixture : public testing::Test, Duallog::Sink {
+class PolicySelectionFixture : public MachineTest {
 protected:
-    PolicySelectionFixture()
-        : policyReactor(ecPolicy->policySubject(), this,
-                        [](PolicySelectionFixture& self, PolicyKey const& key) {
-                            bool const there = self.ecPolicy->policy(key);
-                            self.log.push_back((there ? "new " : "withdrawn ") + name(key));
-                        }),
-          activeReactor(ecPolicy->activeSubject(), this,
-                        [](PolicySelectionFixture& self, PolicyKey const& key) {
-                            auto const* const active = self.ecPolicy->policy(key)->active();
-                            self.log.push_back("active of " + name(key) + ": " +
-                                               (active ? self.name(*active) : "none"));
-                        }),
-          entryReactor(ecPolicy->activeEntrySubject(), this,
-                       [](PolicySelectionFixture& self, PolicyKey const& key) {
-                           self.log.push_back("rewritten " + name(key));
-                       }) {
-        Duallog::primarySinkIs(this);
-        start();
-    }
-
-    // A restart with unchanged inputs writes nothing.
-    void TearDown() override {
-        if (restartsHitless) {
-            run();
-            auto const before = selected();
-            restart();
-            EXPECT_EQ(run(), "");
-            EXPECT_EQ(selected(), before);
-        }
-        Duallog::reset();
-    }
+    PolicySelectionFixture() { start(); }
 
     void start() {
         sm = policySelectionSmFactory(config, input, users, status, ecPolicy, scheduler, fieldlog);
         sm->handleInitialized();
     }
     void crash() { sm = nullptr; }  // nothing is withdrawn
-    void restart() {
+    void restart() override {
         crash();
         users->segmentListUserDelAll();
         for (auto const& [id, path] : paths) registerLists(path);
         start();
     }
-    // Returns what EcPolicy told since the last call.
-    std::string run() {
+    void settle() override {
         scheduler->runReady();
         EXPECT_TRUE(sm->drained());
+    }
+    // Returns what EcPolicy told since the last call.
+    std::string run() {
+        settle();
         std::string told;
-        for (auto const& event : std::exchange(log, {})) told += (told.empty() ? "" : "; ") + event;
+        for (auto const& event : takeLog()) told.append(told.empty() ? "" : "; ").append(event);
         return told;
     }
 
@@ -163,7 +129,7 @@ protected:
         return path == paths.end() ? entry.policyId.stringValue() : path->second.name;
     }
     // POLICY: NAME[*] LISTxWEIGHT..., best first, the active one starred.
-    std::string selected() const {
+    std::string outputs() const override {
         std::string text;
         for (auto row = ecPolicy->policy().begin(); row; row.next()) {
             auto const& policy = row.value();
@@ -200,17 +166,6 @@ protected:
     static std::string processed(Path const& path, char const* how) {
         return "Process policy Id: " + path.id().stringValue() + " is " + how;
     }
-    void traceIs(int level) {
-        Fastlog::levelMaskIs("SrTePolicySelectionSm", 1u << level);
-        traces.clear();
-    }
-    void line(Fastlog::Facility const&, int, double, std::string_view text) override {
-        traces.emplace_back(text);
-    }
-
-    Keel::VirtualClock clock;
-    Quor::Ptr<Keel::TaskScheduler> scheduler = Quor::makePtr<Keel::TaskScheduler>(clock);
-    Quor::Ptr<Keel::FieldlogSm> fieldlog = Quor::makePtr<Keel::FieldlogSm>();
     Quor::Ptr<Config> config = configFactory();
     Quor::Ptr<PolicySelectionInput> input = policySelectionInputFactory();
     Quor::Ptr<SegmentListIdToPolicyMap> users = segmentListIdToPolicyMapFactory();
@@ -220,13 +175,19 @@ protected:
 
     std::map<PolicyId, Path> paths;
     std::uint32_t version = 0;
-    bool restartsHitless = true;
-    std::vector<std::string> log;
-    std::vector<std::string> traces;
 
-    Quor::Reactor<PolicyKey> policyReactor;
-    Quor::Reactor<PolicyKey> activeReactor;
-    Quor::Reactor<PolicyKey> entryReactor;
+    Watch<PolicyKey> policyWatch{
+        ecPolicy->policySubject(), [this](PolicyKey const& key) {
+            log.push_back((ecPolicy->policy(key) ? "new " : "withdrawn ") + name(key));
+        }};
+    Watch<PolicyKey> activeWatch{
+        ecPolicy->activeSubject(), [this](PolicyKey const& key) {
+            auto const* const active = ecPolicy->policy(key)->active();
+            log.push_back("active of " + name(key) + ": " + (active ? name(*active) : "none"));
+        }};
+    Watch<PolicyKey> entryWatch{ecPolicy->activeEntrySubject(), [this](PolicyKey const& key) {
+                                    log.push_back("rewritten " + name(key));
+                                }};
 };
 
 }  // namespace SrTePolicy::Test

@@ -1,5 +1,4 @@
 #include <array>
-#include <gmock/gmock.h>
 #include <random>
 #include <set>
 #include <tuple>
@@ -53,8 +52,8 @@ protected:
     }
     void withdrawAny() {
         if (paths.empty()) return;
-        withdraw(Path(
-            std::next(paths.begin(), random(static_cast<std::uint32_t>(paths.size())))->second));
+        auto const size = static_cast<std::uint32_t>(paths.size());
+        withdraw(Path(std::next(paths.begin(), random(size))->second));
     }
 
     bool listUsable(Path const& path, List const& list) const {
@@ -115,7 +114,7 @@ TEST_P(PolicySelectionModel, EqualsTheFunctionOfItsInputs) {
             scheduler->runOne();
         }
         auto const told = run();
-        ASSERT_EQ(selected(), expected()) << "round " << round;
+        ASSERT_EQ(outputs(), expected()) << "round " << round;
         for (auto const& key : before) {
             if (!ecPolicy->policy(key)) continue;
             ASSERT_THAT(told, Not(HasSubstr("withdrawn " + name(key)))) << "round " << round;
