@@ -84,7 +84,12 @@ void printRows(ShowWord const& word, Host const& host, Rows const& rows, bool js
     }
 }
 
+/// Machines print themselves as a whole, whatever key was asked for.
 void printDump(ShowWord const& word, Host const& host, Streams const& streams) {
+    if (!word.dump) {
+        streams.err << "srte: no machine dumps " << word.name << '\n';
+        return;
+    }
     if (!host.machines()) {
         streams.err << "srte: at " << durationText(host.now()) << " the agent is stopped\n";
         return;
@@ -118,8 +123,6 @@ ExitCode runCommand(RunOptions const& options, Streams const& streams) {
 ExitCode showCommand(ShowOptions const& options, Streams const& streams) {
     auto const& word = wordOf(options.word);
     auto const at = momentOf(options.at, "--at");
-    if (options.dump && options.key) throw UsageError("--dump prints whole machines, without KEY");
-    if (options.dump && !word.dump) throw UsageError(options.word + ": no machine dumps it");
     auto const key = options.key ? std::optional(canonicalKey(word, *options.key)) : std::nullopt;
     auto const scenario = parseScenario(readFile(options.file, streams), options.file);
 

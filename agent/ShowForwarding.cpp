@@ -29,7 +29,7 @@ void addInterface(Host const& host, Wirex::IntfId const& intf, Json& via) {
     switch (intf.kind()) {
         case Kind::none: break;
         case Kind::physical: via["if"] = intf.stringValue(); break;
-        case Kind::nextHopGroup: via["nhg"] = intf.number(); break;
+        case Kind::nextHopGroup: via["nhg"] = std::to_string(intf.number()); break;
         case Kind::hierarchicalFec:
             via["fec"] = Pooltab::Fib::FecId(intf.number()).stringValue();
             break;

@@ -62,7 +62,6 @@ TEST(Host, ExitCodes) {
         {{"show", "-", "lfib", "0x10"}, 2, ""},  // numbers are decimal
         {{"show", "-", "policy", "192.0.2.5"}, 2, ""},
         {{"show", "-", "policy", "--json", "--dump"}, 2, ""},
-        {{"show", "-", "syslog", "--dump"}, 2, ""},
         {{"trace", "-"}, 2, ""},
         {{"trace", "-", "--label", "1048576"}, 2, ""},
         {{"import", "topohub", "-"}, 2, ""},
@@ -172,6 +171,9 @@ TEST(Host, ShowsTables) {
 TEST(Host, DumpsMachines) {
     EXPECT_THAT(show({"policy", "--dump"}), HasSubstr("srlbConfigRangeMax: 100999\n"));
     EXPECT_THAT(show({"lfib", "--dump", "--at", "5s"}), HasSubstr("endpoint 192.0.2.5 color 100"));
+    EXPECT_EQ(show({"policy", "1 192.0.2.5", "--dump"}), show({"policy", "--dump"}));
+    EXPECT_EQ(srte({"show", "-", "syslog", "--dump"}, onePolicy).err,
+              "srte: no machine dumps syslog\n");
     auto const stopped = srte({"show", "-", "fec", "--dump"}, with("  - {at: 11s, stop: true}\n"));
     EXPECT_EQ(stopped.out, "");
     EXPECT_EQ(stopped.err, "srte: at 11s the agent is stopped\n");
