@@ -1,8 +1,5 @@
 #include "agent/Expectations.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "agent/FlowText.h"
 #include "agent/ScenarioValues.h"
 #include "agent/ShowWords.h"
@@ -55,8 +52,7 @@ void judgeSyslog(Expectation const& expectation, Host const& host, Mismatch cons
                  std::vector<Mismatch>& mismatches) {
     std::vector<std::string> logged;
     for (auto const& record : host.syslog().records()) {
-        Time const at(std::llround(record.time * 1e9));
-        if (at < expectation.from || at >= expectation.until) continue;
+        if (record.at < expectation.from || record.at >= expectation.until) continue;
         logged.emplace_back(record.message->identifier());
     }
     auto const& [identifiers, mark] = *expectation.syslog;

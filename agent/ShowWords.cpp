@@ -1,7 +1,5 @@
 #include "agent/ShowWords.h"
 
-#include <cmath>
-
 #include "Platform/Quor/RangeError.h"
 #include "agent/ScenarioValues.h"
 #include "agent/ShowForwarding.h"
@@ -55,8 +53,7 @@ void showSyslog(Host const& host, Rows& rows) {
     for (auto const& record : host.syslog().records()) {
         std::string const identifier = record.message->identifier();
         if (!rows.wants(identifier)) continue;
-        Time const at(std::llround(record.time * 1e9));
-        rows.add(identifier, {{"at", durationText(at)},
+        rows.add(identifier, {{"at", durationText(record.at)},
                               {"severity", record.message->severity()},
                               {"id", identifier},
                               {"text", record.text}});

@@ -100,12 +100,14 @@ Json pathsOf(Json const& summary) {
 
 void printChapter(std::ostream& out, Story::Chapter const& chapter, bool first,
                   Paint const& paint) {
+    auto const count = chapter.changes.size();
     out << '\n' << paint.strong(chapterText(chapter, first)) << '\n';
-    if (chapter.changes.empty()) out << "  no policy changes\n";
+    if (count == 0) out << "  no policy changes\n";
+    if (count > 1) out << "  " << count << " policies " << (first ? "come" : "change") << '\n';
     std::size_t printed = 0;
     for (auto const& change : chapter.changes) {
         if (printed++ == maxPoliciesPerChapter) {
-            out << "  and " << chapter.changes.size() - maxPoliciesPerChapter << " more\n";
+            out << "  and " << count - maxPoliciesPerChapter << " more\n";
             return;
         }
         out << "  " << policyKeyText(change.key) << "  " << changeText(change, paint) << '\n';
@@ -167,7 +169,10 @@ Json chapterJson(Story::Chapter const& chapter) {
 void printSummary(std::ostream& out, std::string const& fileName, std::string const& notes,
                   Run const& run, Paint const& paint) {
     auto const& scenario = run.host().scenario();
-    out << paint.strong(scenario.title.empty() ? fileName : scenario.title) << '\n';
+    out << paint.strong(scenario.title.empty() ? fileName : scenario.title) << '\n'
+        << counted(scenario.initial.policies.written.size(), "policy", "policies") << ", "
+        << counted(scenario.initial.lfib.written.size(), "label route", "label routes") << ", "
+        << counted(scenario.events.size(), "event", "events") << '\n';
     if (!notes.empty()) out << notes;
     auto const& chapters = run.story().chapters();
     for (auto const& chapter : chapters) {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cmath>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Platform/Syslog/Syslog.h"
+#include "agent/Scenario.h"
 
 namespace Agent {
 
@@ -12,7 +14,7 @@ namespace Agent {
 class SyslogRecords final : public Syslog::Sink {
 public:
     struct Record {
-        double time = 0;  ///< seconds of the scenario's clock
+        Time at{0};
         Syslog::Message const* message = nullptr;
         std::string text;
     };
@@ -23,7 +25,8 @@ public:
     ~SyslogRecords() override { Syslog::sinkIs(nullptr); }
 
     void message(Syslog::Message const& message, double time, std::string_view text) override {
-        records_.push_back({time, &message, std::string(text)});
+        Time const at(std::llround(time * 1e9));
+        records_.push_back({at, &message, std::string(text)});
     }
     std::vector<Record> const& records() const { return records_; }
 

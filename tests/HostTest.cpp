@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/SrteProgram.h"
 
@@ -77,7 +75,7 @@ TEST(Host, ExitCodes) {
         EXPECT_EQ(ended.code, code) << line << ended.err;
         EXPECT_THAT(ended.out, StartsWith(out)) << line;
         EXPECT_EQ(ended.err.empty(), code == 0) << line;
-        if (code != 0) EXPECT_EQ(ended.out, "") << line;
+        EXPECT_EQ(ended.out.empty(), code != 0) << line;
     }
     EXPECT_EQ(srte({"show", "-", "sbfd"}).err, "sbfd: not built yet\n");
 }
@@ -243,6 +241,32 @@ TEST(Host, TellsWhatHappenedForPrograms) {
     EXPECT_THAT(ended.out, HasSubstr("\"line\": 15"));
     EXPECT_THAT(ended.out, HasSubstr("\"share\": \"100 %\""));
     EXPECT_THAT(ended.out, Not(HasSubstr("\033")));
+}
+
+// One tunnel more than a FEC holds: the policy is down, and its binding SID is for others.
+TEST(Host, APolicyOfTooManyListsCannotBePublished) {
+    std::string lfib = "router: {srlb: 100000-100999}\nlfib:\n";
+    std::string lists;
+    for (int label = 1000; label <= 1600; ++label) {
+        lfib += "  " + std::to_string(label) + ": [{if: et1, out: [17]}]\n";
+        lists += (lists.empty() ? "l" : ", l") + std::to_string(label) + ": {labels: [" +
+                 std::to_string(label) + "]}";
+    }
+    auto const ended = srte({"run", "-"}, lfib + R"(
+policies:
+  1 192.0.2.5: {candidates: {many: {preference: 200, bsid: 100001, lists: {)" +
+                                              lists + R"(}}}}
+  2 192.0.2.5: {candidates: {few: {bsid: 100001, lists: {l: {labels: [1000]}}}}}
+events:
+  - {at: 2s, lfib: {1600: null}}
+expect:
+  - at: 1s
+    policy:
+      1 192.0.2.5: {state: down, reason: not-publishable, candidates: {many: {state: usable, reason: not-publishable}}}
+      2 192.0.2.5: {state: up, bsid: 100001}
+  - {at: 3s, policy: {1 192.0.2.5: {state: down, reason: bsid-conflict}}}
+)");
+    EXPECT_EQ(ended.code, 0) << ended.out << ended.err;
 }
 
 // Ten delays of a tenth of a second are a second: the task that is due at the time of the event
