@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
-#include <gtest/gtest.h>
 #include <optional>
 #include <string>
 #include <vector>
@@ -116,19 +115,13 @@ TEST(NetworkGraph, NoPairOfPathsIsShorterInARealNetwork) {
 }
 
 TEST(Rounding, HalvesGoUp) {
-    EXPECT_EQ(roundedQuotient(0, 7), 0);
-    EXPECT_EQ(roundedQuotient(1, 2), 1);
-    EXPECT_EQ(roundedQuotient(249, 100), 2);
-    EXPECT_EQ(roundedQuotient(250, 100), 3);
-    EXPECT_EQ(roundedQuotient(10, 3), 3);
-
-    EXPECT_EQ(percentText(3, 4), "75 %");
-    EXPECT_EQ(percentText(1, 8), "12.5 %");
-    EXPECT_EQ(percentText(2, 3), "66.67 %");
-    EXPECT_EQ(percentText(1, 99), "1.01 %");
-    EXPECT_EQ(percentText(1, 32), "3.13 %");  // 3.125
-    EXPECT_EQ(percentText(1, 30000), "0 %");
-    EXPECT_EQ(percentText(5, 5), "100 %");
+    std::tuple<int, int, int> const quotients[] = {
+        {0, 7, 0}, {1, 2, 1}, {249, 100, 2}, {250, 100, 3}, {10, 3, 3}};
+    for (auto const& [of, by, quotient] : quotients) EXPECT_EQ(roundedQuotient(of, by), quotient);
+    std::tuple<int, int, char const*> const percents[] = {
+        {3, 4, "75 %"},    {1, 8, "12.5 %"},  {2, 3, "66.67 %"}, {1, 99, "1.01 %"},
+        {1, 32, "3.13 %"}, {1, 30000, "0 %"}, {5, 5, "100 %"}};
+    for (auto const& [part, whole, text] : percents) EXPECT_EQ(percentText(part, whole), text);
 }
 
 }  // namespace

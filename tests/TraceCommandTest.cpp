@@ -1,9 +1,6 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "Platform/Mpls/LfibWriter.h"
 #include "agent/PacketTrace.h"
 #include "tests/SrteProgram.h"
+#include "tests/support/Routes.h"
 
 namespace {
 
@@ -110,16 +107,10 @@ policies:
 }
 
 TEST(TraceCommand, ATunnelIntoItselfLeadsNowhere) {
-    using Tunnel::TunnelTable::TunnelId;
     Agent::Tables tables;
-    auto const tunnelId = TunnelId::make(Tunnel::TunnelTable::TunnelType::tiLfa, 1);
-    auto const loop = Wirex::IntfId::dynamicTunnel(tunnelId.value());
-    tables.tiLfa->entryIs({tunnelId, {{}, loop, {}}, std::nullopt});
-    Mpls::ConsolidatedLfibRoute route;
-    route.key = Mpls::RouteKey::fromLabel(Wirex::MplsLabel(900));
-    route.viaType = Mpls::LfibViaType::mpls;
-    route.mplsVias = {{{}, loop, {}}, {{}, Wirex::IntfId::physical("et1"), {}}};
-    Mpls::LfibWriter(tables.otherLfib).lfibRouteIs(route);
+    auto const loop = pushOver(tiLfa(1));
+    tables.tiLfa->entryIs({tiLfa(1), {loop.nextHop, loop.intf, loop.operation}, std::nullopt});
+    Mpls::LfibWriter(tables.otherLfib).lfibRouteIs(routeOver(900, {loop, push("et1")}));
 
     auto const outcomes = Agent::tracePacket(tables, {900});
     ASSERT_EQ(outcomes.size(), 1u);
