@@ -2,13 +2,11 @@
 #include <vector>
 
 #include "SrTeTypes/EcPolicy.h"
-#include "tests/support/Watch.h"
 
 namespace {
 
 using namespace SrTePolicy;
 using testing::ElementsAre;
-using Wirex::MplsLabel;
 
 PolicyKey const key{Wirex::IpGenAddr::ipv4(1), 100};
 
@@ -36,9 +34,6 @@ protected:
     }
 
     Quor::Ptr<EcPolicy> table = ecPolicyFactory();
-    int told = 0;
-    Watch<PolicyKey> active_{table->activeSubject(), [this](auto const&) { ++told; }};
-    Watch<PolicyKey> entry_{table->activeEntrySubject(), [this](auto const&) { ++told; }};
 };
 
 TEST_F(EcPolicyTest, TheActiveCandidateStaysItThroughEveryMove) {
@@ -63,34 +58,6 @@ TEST_F(EcPolicyTest, TheActiveCandidateStaysItThroughEveryMove) {
     table->candidateDel(policy.active()->policyId);  // by a reference into the row
     EXPECT_EQ(policy.active(), nullptr);
     EXPECT_DEATH(table->activeIs(candidate(5, 2).policyId), "policy->candidate\\(id\\)");
-}
-
-TEST_F(EcPolicyTest, OnlyWhatDiffersAboutTheActiveCandidateIsTold) {
-    auto active = candidate(20, 2);
-    auto other = candidate(10, 1);
-    table->candidateIs(active);
-    table->candidateIs(other);
-    table->activeIs(active.policyId);
-    told = 0;
-
-    other.bindingSid = MplsLabel(7);
-    table->candidateIs(other);
-    table->bindingSidIs(other.policyId, MplsLabel(8));
-    table->candidateDel(other.policyId);
-    table->candidateIs(active);
-    table->bindingSidIs(active.policyId, active.bindingSid);
-    table->policyIs(key);
-    EXPECT_EQ(told, 0);
-
-    table->bindingSidIs(active.policyId, MplsLabel(7));
-    active.bindingSid = MplsLabel(7);
-    table->candidateIs(active);  // the same
-    EXPECT_EQ(told, 1);
-    active.enlp = Enlp(3);
-    table->candidateIs(active);
-    active.wTunnelId[0].weight = 2;
-    table->candidateIs(active);
-    EXPECT_EQ(told, 3);
 }
 
 TEST_F(EcPolicyTest, ACandidateHasAsManyTunnelsAsItsListsAsk) {

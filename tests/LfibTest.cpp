@@ -51,16 +51,6 @@ TEST(Lfib, aRouteCanMissItsViaSetAndAViaSetItsVias) {
     EXPECT_EQ(lfib->mplsVia(set.key(1)), viaTo(7));
 }
 
-TEST(Lfib, viaIndexesEndAt599) {
-    EXPECT_EQ(LfibViaSet().key(599).index.value(), 599);
-    constexpr auto text =
-        "LfibViaIndexRange::value < LfibViaIndexRange::min or > LfibViaIndexRange::max not allowed";
-    for (auto const index : {-1, 600, 65536}) {
-        EXPECT_THAT([&] { LfibViaIndexRange{index}; },
-                    testing::ThrowsMessage<Quor::RangeError>(text));
-    }
-}
-
 // Writes down what a reader sees at the moment it is told.
 struct Reader {
     explicit Reader(Quor::Ptr<LfibStatus const> read) : lfib(std::move(read)) {}

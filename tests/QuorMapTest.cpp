@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "Platform/Quor/DenseMap.h"
-#include "Platform/Quor/InlineVector.h"
 #include "Platform/Quor/NotifyingMap.h"
 #include "Platform/Quor/OrderedMap.h"
 #include "Platform/Quor/Ptr.h"
@@ -194,24 +193,6 @@ TEST(SmallSetTest, AgreesWithAnOrdinarySetWhetherFewOrMany) {
     }
     keys.clear();
     EXPECT_TRUE(keys.empty());
-}
-
-TEST(InlineVectorTest, IsAValueInsideTheObjectAndOutsideIt) {
-    using Vector = Quor::InlineVector<int, 2>;
-    for (Vector const& original : {Vector{}, Vector{1, 2}, Vector{1, 2, 3, 4, 5}}) {
-        auto copy = original;
-        copy.push_back(9);
-        copy.push_back(copy[0]);
-        EXPECT_EQ(copy.size(), original.size() + 2);
-        EXPECT_NE(copy, original);
-        auto moved = std::move(copy);
-        copy = moved;  // NOLINT(bugprone-use-after-move): a moved one is assigned to
-        EXPECT_EQ(copy, moved);
-        copy = original;
-        EXPECT_EQ(copy, original);
-        moved.clear();
-        EXPECT_EQ(moved, Vector{});
-    }
 }
 
 // Runs a function when it is destroyed.

@@ -1,7 +1,5 @@
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <list>
 #include <map>
 #include <memory>
@@ -12,6 +10,7 @@
 #include "agent/ScenarioReader.h"
 #include "agent/ScenarioValues.h"
 #include "agent/Story.h"
+#include "tests/support/Watch.h"
 
 namespace {
 
@@ -25,63 +24,48 @@ std::string keyText(Key const& key) {
     return key.stringValue();
 }
 
-/// Hears of every write to one surviving table.
-class Watch {
-public:
-    virtual ~Watch() = default;
-};
+/// Those of the tables that outlive the agent which tell of each row.
+void forEachTable(SurvivingTables const& tables, auto const& visit) {
+    visit("export", tables.exportedLists->segmentList());
+    visit("list-status", tables.segmentListStatus->status());
+    visit("list-tunnel", tables.segmentListTunnels->entry());
+    visit("status", tables.policyStatus->policyStatusEntry());
+    visit("fec-index", tables.policyStatus->fecIdToPolicyKey());
+    visit("fec", tables.forwarding->fec());
+    visit("policy-tunnel", tables.policyTunnels->entry());
+    visit("route", tables.bindingSidLfib->rows());
+}
 
 /// Every write to the tables that outlive the agent, in order, as "TABLE KEY" or "-TABLE KEY" for a
 /// removal.
 class Writes {
 public:
     explicit Writes(SurvivingTables const& tables) {
-        watch("export", tables.exportedLists->segmentList());
-        watch("list-status", tables.segmentListStatus->status());
-        watch("list-tunnel", tables.segmentListTunnels->entry());
+        forEachTable(tables, [this](char const* name, auto const& table) { watch(name, table); });
         watch("selection-input", tables.selectionInput->policyIdEntry(),
               tables.selectionInput->entrySubject());
         watch("ec-policy", tables.ecPolicy->policy(), tables.ecPolicy->policySubject());
         watch("ec-active", tables.ecPolicy->policy(), tables.ecPolicy->activeSubject());
         watch("ec-entry", tables.ecPolicy->policy(), tables.ecPolicy->activeEntrySubject());
-        watch("status", tables.policyStatus->policyStatusEntry());
-        watch("fec-index", tables.policyStatus->fecIdToPolicyKey());
-        watch("fec", tables.forwarding->fec());
-        watch("policy-tunnel", tables.policyTunnels->entry());
-        watch("route", tables.bindingSidLfib->rows());
     }
 
     std::vector<std::string> take() { return std::exchange(log_, {}); }
 
 private:
-    template <class Table, class Key>
-    struct TableWatch final : Watch {
-        TableWatch(std::vector<std::string>& log, char const* name, Table const& table,
-                   Quor::Subject<Key> const& subject)
-            : log_(log),
-              name_(name),
-              table_(table),
-              reactor_(subject, this, [](TableWatch& self, Key const& key) {
-                  self.log_.push_back((self.table_.has(key) ? "" : "-") + std::string(self.name_) +
-                                      " " + keyText(key));
-              }) {}
-        std::vector<std::string>& log_;
-        char const* const name_;
-        Table const& table_;
-        Quor::Reactor<Key> reactor_;
-    };
-
     template <class Table>
     void watch(char const* name, Table const& table) {
-        watch(name, table, static_cast<Quor::Subject<typename Table::Key> const&>(table));
+        watch<Table, typename Table::Key>(name, table, table);
     }
     template <class Table, class Key>
     void watch(char const* name, Table const& table, Quor::Subject<Key> const& subject) {
-        watches_.push_back(std::make_unique<TableWatch<Table, Key>>(log_, name, table, subject));
+        auto const told = [this, name, &table](Key const& key) {
+            log_.push_back((table.has(key) ? "" : "-") + std::string(name) + " " + keyText(key));
+        };
+        watches_.push_back(std::make_shared<Watch<Key>>(subject, told));
     }
 
     std::vector<std::string> log_;
-    std::vector<std::unique_ptr<Watch>> watches_;
+    std::vector<std::shared_ptr<void>> watches_;
 };
 
 Scenario scenarioOf(std::string const& text) {
@@ -105,9 +89,9 @@ bool atRest(Host const& host) {
            host.machines()->publishSm().drained();
 }
 
-Step restart() {
+Step lifeIs(Life life) {
     Step step;
-    step.life = Life::restart;
+    step.life = life;
     return step;
 }
 
@@ -122,19 +106,12 @@ std::map<std::string, std::string> policies(Host const& host) {
 
 std::vector<std::string> rows(SurvivingTables const& tables) {
     std::vector<std::string> left;
-    auto const note = [&left](char const* name, std::size_t size) {
-        if (size > 0) left.push_back(name + (" " + std::to_string(size)));
+    auto const note = [&left](char const* name, auto const& table) {
+        if (table.size() > 0) left.push_back(name + (" " + std::to_string(table.size())));
     };
-    note("export", tables.exportedLists->segmentList().size());
-    note("list-status", tables.segmentListStatus->status().size());
-    note("list-tunnel", tables.segmentListTunnels->entry().size());
-    note("selection-input", tables.selectionInput->policyIdEntry().size());
-    note("ec-policy", tables.ecPolicy->policy().size());
-    note("status", tables.policyStatus->policyStatusEntry().size());
-    note("fec-index", tables.policyStatus->fecIdToPolicyKey().size());
-    note("fec", tables.forwarding->fec().size());
-    note("policy-tunnel", tables.policyTunnels->entry().size());
-    note("route", tables.bindingSidLfib->rows().size());
+    forEachTable(tables, note);
+    note("selection-input", tables.selectionInput->policyIdEntry());
+    note("ec-policy", tables.ecPolicy->policy());
     return left;
 }
 
@@ -149,7 +126,7 @@ TEST(Restart, WithoutChangesWritesNothing) {
             if (atRest(host)) {
                 auto const before = policies(host);
                 writes.take();
-                host.apply(restart());
+                host.apply(lifeIs(Life::restart));
                 EXPECT_THAT(writes.take(), testing::IsEmpty())
                     << name << " before line " << event.mark.line;
                 EXPECT_EQ(policies(host), before);
@@ -238,9 +215,7 @@ TEST(Restart, AnOrderlyStopEmptiesTheTablesConsumersFirst) {
     Host host(scenario);
     host.begin();
     Writes writes(host.tables());
-    Step stop;
-    stop.life = Life::stop;
-    host.apply(stop);
+    host.apply(lifeIs(Life::stop));
     std::vector<std::string> tables;  // by their first removal
     for (auto const& write : writes.take()) {
         auto const table = write.substr(0, write.find(' '));
@@ -252,9 +227,7 @@ TEST(Restart, AnOrderlyStopEmptiesTheTablesConsumersFirst) {
     EXPECT_THAT(rows(host.tables()), testing::IsEmpty());
     EXPECT_EQ(host.machines(), nullptr);
 
-    Step start;
-    start.life = Life::start;
-    host.apply(start);
+    host.apply(lifeIs(Life::start));
     EXPECT_THAT(rows(host.tables()), testing::Contains("route 2"));
 }
 
@@ -266,9 +239,7 @@ TEST(Restart, AStopInTheMiddleOfAStartEmptiesTheTablesAsWell) {
     host.apply(scenario.events[0]);  // clogs
     ASSERT_FALSE(host.machines()->started());
     EXPECT_THAT(rows(host.tables()), testing::Contains("route 2"));
-    Step stop;
-    stop.life = Life::stop;
-    host.apply(stop);
+    host.apply(lifeIs(Life::stop));
     EXPECT_THAT(rows(host.tables()), testing::IsEmpty());
 }
 

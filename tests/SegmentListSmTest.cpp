@@ -166,9 +166,6 @@ TEST_F(SegmentListSmTest, AClogDelaysTheTaskButNotNewLists) {
 TEST_F(SegmentListSmTest, LeftoversOfAnEarlierRunGoAfterTheFirstBacklog) {
     Tunnel::TunnelTable::MplsVia const via{
         {}, Wirex::IntfId::physical("Et9"), {Action::push, {900}}};
-    auto const tunnel = [&via](TunnelId id) {
-        return Tunnel::TunnelTable::SrTeSegmentListTunnelTableEntry(id, std::span(&via, 1));
-    };
     auto const foreign = TunnelId::make(Tunnel::TunnelTable::TunnelType::srTePolicy, 50);
     route(16, {push("Et1", {100})});
     hold({16});
@@ -178,8 +175,8 @@ TEST_F(SegmentListSmTest, LeftoversOfAnEarlierRunGoAfterTheFirstBacklog) {
     references = reinternSurvivingLists(tables, exported);
     status->statusIs(SegmentListId(2), SegmentListResolveError::noError);
     status->statusIs(SegmentListId(50), SegmentListResolveError::noError);
-    tunnels->entryIs(tunnel(SegmentListId(51).getTunnelId()));
-    tunnels->entryIs(tunnel(foreign));
+    tunnels->entryIs({SegmentListId(51).getTunnelId(), std::span(&via, 1)});
+    tunnels->entryIs({foreign, std::span(&via, 1)});
     Export::SegmentList copy;
     copy.segmentListId = SegmentListId(52);
     exported->segmentListIs(copy);
@@ -191,21 +188,15 @@ TEST_F(SegmentListSmTest, LeftoversOfAnEarlierRunGoAfterTheFirstBacklog) {
     hold({17});
     sm->handleInitialized();  // once is enough
 
-    fieldlog->outputCloggedIs(true);
-    run();
-    EXPECT_THAT(log, IsEmpty());
-    EXPECT_FALSE(sm->drained());
-    fieldlog->outputCloggedIs(false);
-    clock.advance(0.1);
     TraceLines traces("SrTePolicySegmentListSm");
     scheduler->runOne();  // list 1
     EXPECT_THAT(log, IsEmpty());
     scheduler->runOne();  // list 2, which a leftover status called usable, then one leftover
-    EXPECT_THAT(log, ElementsAre("-status 2", "-status 50"));
+    EXPECT_THAT(takeLog(), ElementsAre("-status 2", "-status 50"));
     EXPECT_FALSE(sm->drained());
     route(16, {push("Et2", {100})});  // what waits goes first again
     scheduler->runOne();
-    EXPECT_THAT(log, ElementsAre("-status 2", "-status 50", "+tunnel 1", "-tunnel 51"));
+    EXPECT_THAT(log, ElementsAre("+tunnel 1", "-tunnel 51"));
     run();
     EXPECT_EQ(outputs(), "1 [16] 1: Et2(100)\n2 [17] -\n") << "an unresolved list is no leftover";
     EXPECT_TRUE(tunnels->entry(foreign)) << "another application's";
@@ -213,29 +204,6 @@ TEST_F(SegmentListSmTest, LeftoversOfAnEarlierRunGoAfterTheFirstBacklog) {
                 testing::IsSupersetOf({"Deleting segmentListId from segmentListStatus:50",
                                        "Deleting segmentListId from segmentListStatus:51",
                                        "Deleting segmentListId from segmentListStatus:52"}));
-    route(17, {push("Et3", {101})});
-    run();
-    EXPECT_EQ(output(SegmentListId(2)), "2 [17] 1: Et3(101)");
-}
-
-TEST_F(SegmentListSmTest, ARestartKeepsWhatStillHolds) {
-    for (std::uint32_t top = 16; top < 20; ++top) {
-        route(top, {push("Et1", {100})});
-        hold({top});
-    }
-    drain();
-    log.clear();
-    crash();
-    route(17, {push("Et2", {100})});
-    routeDel(18);
-    held.erase({{19}});
-    startAgain();
-    hold({20});
-    run();
-    EXPECT_THAT(takeLog(), ElementsAre("+export 5", "+tunnel 2", "-tunnel 3", "-status 3"));
-    references.clear();  // the start is over: nobody claimed list 4
-    EXPECT_THAT(log, ElementsAre("-export 4", "-tunnel 4", "-status 4"));
-    EXPECT_EQ(outputs(), "1 [16] 1: Et1(100)\n2 [17] 1: Et2(100)\n3 [18] -\n5 [20] -\n");
 }
 
 TEST_F(SegmentListSmTest, ItWorksBetweenItsStartAndItsDeletion) {

@@ -146,16 +146,6 @@ TEST_F(SegmentListTest, ObserversFindEachListIntactWhenItComesAndWhenItGoes) {
                  "__null == segmentList->segmentListLifeTimeNotifier\\(\\)");
 }
 
-TEST_F(SegmentListTest, TheTablesEndWithNobodyLeftInTheCollections) {
-    auto const lists = tables->notifyingSegmentListCollection();
-    auto const segments = tables->notifyingSegmentCollection();
-    auto const survivor = list({16, 17});
-    tables = nullptr;
-    EXPECT_TRUE(lists->segmentListNotifier().empty());
-    EXPECT_TRUE(segments->segmentNotifier().empty());
-    EXPECT_EQ(survivor->segmentLabel(1).value(), 17u);
-}
-
 class SegmentListUserTest : public SegmentListTest {
 protected:
     std::string take() { return std::exchange(told, {}); }

@@ -73,6 +73,8 @@ TEST_F(SegmentSmTest, ASegmentFollowsTheRouteOfItsLabel) {
     EXPECT_EQ(outputs(), "16: Et2 Et3\n17: Et7\n");
     route(16, {});
     EXPECT_EQ(outputs(), "16:\n17: Et7\n") << "a record without a via";
+    route(16, {pushOver(tiLfa(5)), push("Et1")});
+    EXPECT_EQ(outputs(), "16: tunnel 12-5 Et1 TI-LFA\n17: Et7\n");
     routeDel(16);
     EXPECT_EQ(outputs(), "17: Et7\n");
 }
@@ -86,26 +88,6 @@ TEST_F(SegmentSmTest, AReleasedSegmentLosesItsRecordThoughItsRouteStays) {
     EXPECT_TRUE(segmentStatus->status().empty());
     hold(16);
     EXPECT_EQ(segmentStatus->status().begin().key(), SegmentId(2));
-}
-
-TEST_F(SegmentSmTest, ResolutionOverTiLfaIsMarkedWhileItLasts) {
-    hold(16);
-    route(16, {pushOver(tiLfa(5)), push("Et1")});
-    EXPECT_EQ(outputs(), "16: tunnel 12-5 Et1 TI-LFA\n");
-    route(16, {push("Et1")});
-    EXPECT_EQ(outputs(), "16: Et1\n");
-    route(16, {pushOver(tiLfa(6))});
-}
-
-TEST_F(SegmentSmTest, ATouchedRouteIsToldAgain) {
-    hold(16);
-    route(16, {push("Et1")});
-    int told = 0;
-    Watch const watch(segmentStatus->status(), [&told](SegmentId const&) { ++told; });
-    route(16, {push("Et1")});
-    EXPECT_EQ(told, 1);
-    route(17, {push("Et1")});
-    EXPECT_EQ(told, 1);
 }
 
 TEST_F(SegmentSmTest, NothingHappensBeforeTheStartWhichResolvesEverySegment) {
