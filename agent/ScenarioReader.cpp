@@ -1,8 +1,12 @@
 #include "agent/ScenarioReader.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <iomanip>
 #include <istream>
 #include <iterator>
+#include <sstream>
 
 #include "agent/ExpectationReader.h"
 #include "agent/KnownNames.h"
@@ -15,10 +19,36 @@ namespace Agent {
 
 namespace {
 
+/// The four digits of an escape such as `\u00fc` at `at`, when they are between `first` and `last`.
+std::optional<std::uint32_t> escapedUnit(std::string_view text, std::size_t at, std::uint32_t first,
+                                         std::uint32_t last) {
+    auto const escape = text.substr(std::min(at, text.size()), 6);
+    if (escape.size() < 6 || !escape.starts_with("\\u")) return std::nullopt;
+    std::uint32_t unit = 0;
+    auto const [end, error] = std::from_chars(&escape[2], escape.data() + 6, unit, 16);
+    bool const whole = error == std::errc() && end == escape.data() + 6;
+    if (!whole || unit < first || unit > last) return std::nullopt;
+    return unit;
+}
+
+/// JSON writes a character beyond 16 bits as two escapes of four digits, YAML as one of eight.
+void joinSurrogates(std::string& text) {
+    for (auto at = text.find('\\'); at != std::string::npos; at = text.find('\\', at + 2)) {
+        auto const high = escapedUnit(text, at, 0xD800, 0xDBFF);
+        auto const low = escapedUnit(text, at + 6, 0xDC00, 0xDFFF);
+        if (!high || !low) continue;
+        std::ostringstream joined;
+        joined << "\\U" << std::hex << std::setw(8) << std::setfill('0')
+               << 0x10000 + ((*high - 0xD800) << 10) + (*low - 0xDC00);
+        text.replace(at, 12, joined.str());
+    }
+}
+
 std::string wholeText(std::istream& input) {
     std::string text{std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (text.starts_with(byteOrderMark)) text.erase(0, byteOrderMark.size());
+    joinSurrogates(text);
     return text;
 }
 

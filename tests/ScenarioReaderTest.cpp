@@ -515,9 +515,9 @@ expect:
 
 TEST(ScenarioReader, ReadsJson) {
     auto const scenario = read(
-        "{\"scenario\":\"a \\u00fc\\/b\",\n\t\"lfib\":{\"16\":[{\"if\":\"e\","
+        "{\"scenario\":\"a \\u00fc\\/b \\ud83d\\ude00\",\n\t\"lfib\":{\"16\":[{\"if\":\"e\","
         "\"nh\":null}]},\"events\":[{\"at\":\"1s\",\"stop\":true}]}");
-    EXPECT_EQ(scenario.title, "a \xC3\xBC/b");
+    EXPECT_EQ(scenario.title, "a \xC3\xBC/b \xF0\x9F\x98\x80");
     EXPECT_THAT(labels(scenario.initial.lfib.written), ElementsAre(16));
     EXPECT_EQ(scenario.events.at(0).life, Life::stop);
 }
