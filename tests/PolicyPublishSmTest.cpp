@@ -199,31 +199,25 @@ TEST_F(PolicyPublishSmTest, WhatNoFecCanExpressIsNotPublished) {
     EXPECT_THAT(published(), HasSubstr("10.0.0.3/1 candidate 1 fecs 4 4 4"));
 }
 
-TEST_F(PolicyPublishSmTest, TheColoredRibFollowsItsSettings) {
+TEST_F(PolicyPublishSmTest, TheColoredRibFollowsItsSettingsInSlices) {
     publish(P, {.enlp = 0});
     publish(key("2001:db8::1", 7), {});
-    publish(key(""), {});
     config->coloredRibPreference.valueIs(5);
+    scheduler->yieldAfterWorkIs(1);
+    log.clear();
     config->coloredRib.valueIs(true);
+    select(key(""), {});
+    EXPECT_THAT(log, ElementsAre());  // a handler writes nothing
+    scheduler->runOne();              // new policies follow at once
+    EXPECT_THAT(log, ElementsAre("+fec 3", "+status /1", "+row 3", "+tunnel 3", "+tunnel 0"));
+    EXPECT_FALSE(sm->drained());
     run();
     // Named after the label FEC.
     EXPECT_EQ(tunnels(),
               "14-4294967296 10.0.0.1/32 color 1 preference 5\n"
               "14-4294967298 2001:db8::1/128 color 7 preference 5\n"
               "14-4294967299  color 1 preference 5\n");
-}
-
-TEST_F(PolicyPublishSmTest, TheColoredRibWalkYieldsAndNewPoliciesFollowAtOnce) {
-    for (auto const& policy : {P, Q, R}) publish(policy, {});
-    scheduler->yieldAfterWorkIs(1);
-    log.clear();
-    config->coloredRib.valueIs(true);
-    select(key("10.0.0.9"), {});
-    EXPECT_THAT(log, ElementsAre());  // a handler writes nothing
-    scheduler->runOne();
-    EXPECT_THAT(log,
-                ElementsAre("+fec 3", "+status 10.0.0.9/1", "+row 3", "+tunnel 3", "+tunnel 0"));
-    EXPECT_FALSE(sm->drained());
+    config->coloredRibPreference.valueIs(6);
     scheduler->runOne();
     config->coloredRib.valueIs(false);  // begins anew
     run();

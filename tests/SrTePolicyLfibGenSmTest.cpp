@@ -12,7 +12,7 @@ using Wirex::MplsLabel;
 constexpr std::uint32_t noBsid = MplsLabel::null;
 
 PolicyKey policy(std::uint32_t color) {
-    return {Wirex::IpGenAddr::ipv4(0x0A000001), color};
+    return {address("10.0.0.1"), color};
 }
 PolicyKey const P = policy(1);
 PolicyKey const Q = policy(2);
@@ -67,17 +67,11 @@ TEST_F(SrTePolicyLfibGenSmTest, ABindingSidLeadsToTheLabelFec) {
     publish(policy(3), 0, 99);  // a label like any other
     EXPECT_EQ(outputs(), "0 -> 99\n1000 -> 77\n");
 
-    auto const& route = *lfib->consolidatedRoute(keyOf(1000));
-    EXPECT_EQ(static_cast<std::uint32_t>(route.source), 24u);
-    EXPECT_EQ(route.metric.value(), 1u);
-    EXPECT_EQ(route.fec, Wirex::IpGenPrefix());
-    EXPECT_EQ(static_cast<std::uint32_t>(route.viaType), 10u);
-    Mpls::LfibExtFecVia const via{{},
-                                  FecId(77),
-                                  static_cast<Wirex::MplsLabelAction>(1),
-                                  static_cast<Mpls::LfibPayloadType>(5)};
-    EXPECT_EQ(route.extFecVia, via);
-    EXPECT_TRUE(route.mplsVias.empty());
+    auto expected = routeInto(1000, 77, static_cast<Wirex::MplsLabelAction>(1));
+    expected.extFecVia.payloadType = static_cast<Mpls::LfibPayloadType>(5);
+    expected.source = static_cast<Mpls::LFib::Source>(24);
+    expected.metric = Mpls::RouteMetric(1);
+    EXPECT_EQ(*lfib->consolidatedRoute(keyOf(1000)), expected);
 
     publish(P, 1000, 78);  // in place
     EXPECT_EQ(outputs(), "0 -> 99\n1000 -> 78\n");
