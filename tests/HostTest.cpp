@@ -245,18 +245,19 @@ TEST(Host, TellsWhatHappenedForPrograms) {
 
 // One tunnel more than a FEC holds: the policy is down, and its binding SID is for others.
 TEST(Host, APolicyOfTooManyListsCannotBePublished) {
-    std::string lfib = "router: {srlb: 100000-100999}\nlfib:\n";
-    std::string lists;
+    std::ostringstream lfib;
+    std::ostringstream lists;
     for (int label = 1000; label <= 1600; ++label) {
-        lfib += "  " + std::to_string(label) + ": [{if: et1, out: [17]}]\n";
-        lists += (lists.empty() ? "l" : ", l") + std::to_string(label) + ": {labels: [" +
-                 std::to_string(label) + "]}";
+        lfib << "  " << label << ": [{if: et1, out: [17]}]\n";
+        lists << 'l' << label << ": {labels: [" << label << "]}, ";
     }
-    auto const ended = srte({"run", "-"}, lfib + R"(
+    std::ostringstream scenario;
+    scenario << "router: {srlb: 100000-100999}\nlfib:\n"
+             << lfib.str() << R"(
 policies:
-  1 192.0.2.5: {candidates: {many: {preference: 200, bsid: 100001, lists: {)" +
-                                              lists + R"(}}}}
   2 192.0.2.5: {candidates: {few: {bsid: 100001, lists: {l: {labels: [1000]}}}}}
+  1 192.0.2.5: {candidates: {many: {bsid: 100001, lists: {)"
+             << lists.str() << R"(}}}}
 events:
   - {at: 2s, lfib: {1600: null}}
 expect:
@@ -265,7 +266,8 @@ expect:
       1 192.0.2.5: {state: down, reason: not-publishable, candidates: {many: {state: usable, reason: not-publishable}}}
       2 192.0.2.5: {state: up, bsid: 100001}
   - {at: 3s, policy: {1 192.0.2.5: {state: down, reason: bsid-conflict}}}
-)");
+)";
+    auto const ended = srte({"run", "-"}, scenario.str());
     EXPECT_EQ(ended.code, 0) << ended.out << ended.err;
 }
 
