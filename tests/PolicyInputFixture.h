@@ -94,12 +94,7 @@ protected:
         EXPECT_TRUE(sm->drained());
     }
     // Returns what PolicySelectionInput told since the last call.
-    std::string run() {
-        settle();
-        std::string told;
-        for (auto const& event : takeLog()) told.append(told.empty() ? "" : "; ").append(event);
-        return told;
-    }
+    std::string run() { return told(); }
 
     void offer(Path const& path) {
         paths[path.id()] = path;

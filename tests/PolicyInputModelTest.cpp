@@ -1,17 +1,14 @@
 #include <optional>
-#include <random>
 
 #include "tests/PolicyInputFixture.h"
+#include "tests/support/ModelTest.h"
 
 namespace SrTePolicy::Test {
 namespace {
 
 /// Random inputs against a brute-force function of them.
-class PolicyInputModel : public PolicyInputFixture, public testing::WithParamInterface<unsigned> {
+class PolicyInputModel : public ModelTest<PolicyInputFixture> {
 protected:
-    std::uint32_t random(std::uint32_t below) {
-        return static_cast<std::uint32_t>(engine() % below);
-    }
     Path randomPath() {
         Protocol const protocols[] = {Protocol::pcep, Protocol::bgp, Protocol::config};
         Path path{.key = random(3) ? P : Q,
@@ -41,15 +38,13 @@ protected:
             case 5: sourceComesOrGoes(); break;
             case 6:
             case 7:
-                if (!paths.empty())
-                    withdraw(Path(std::next(paths.begin(), random(size()))->second));
+                if (!paths.empty()) withdraw(Path(anyOf(paths)->second));
                 break;
             default: offer(randomPath()); break;
         }
     }
-    std::uint32_t size() const { return static_cast<std::uint32_t>(paths.size()); }
     void sourceComesOrGoes() {
-        auto const& [protocol, input] = *std::next(inputs.begin(), random(3));
+        auto const& [protocol, input] = *anyOf(inputs);
         if (source->policyInput(protocol)) {
             source->policyInputDel(protocol);
         } else {
@@ -101,8 +96,6 @@ protected:
         }
         return text.str();
     }
-
-    std::mt19937 engine{GetParam()};
 };
 
 TEST_P(PolicyInputModel, EqualsTheFunctionOfItsInputs) {
@@ -112,11 +105,7 @@ TEST_P(PolicyInputModel, EqualsTheFunctionOfItsInputs) {
         scheduler->yieldAfterWorkIs(1 + random(3));
         if (!sm) restart();
         for (auto clogs = random(3); clogs > 0; --clogs) {
-            fieldlog->outputCloggedIs(true);
-            scheduler->runOne();
-            fieldlog->outputCloggedIs(false);
-            clock.advance(0.1);
-            scheduler->runOne();
+            clogOnce();
             change();
         }
         run();

@@ -60,12 +60,7 @@ protected:
         EXPECT_TRUE(sm->drained());
     }
     // Returns what EcPolicy told since the last call.
-    std::string run() {
-        settle();
-        std::string told;
-        for (auto const& event : takeLog()) told.append(told.empty() ? "" : "; ").append(event);
-        return told;
-    }
+    std::string run() { return told(); }
 
     void offer(std::initializer_list<Path> offered) {
         for (auto const& path : offered) offerOne(path);

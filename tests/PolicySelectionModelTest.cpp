@@ -1,9 +1,9 @@
 #include <array>
-#include <random>
 #include <set>
 #include <tuple>
 
 #include "tests/PolicySelectionFixture.h"
+#include "tests/support/ModelTest.h"
 
 namespace SrTePolicy::Test {
 namespace {
@@ -12,13 +12,8 @@ using testing::HasSubstr;
 using testing::Not;
 
 /// Random inputs against a brute-force function of them.
-class PolicySelectionModel : public PolicySelectionFixture,
-                             public testing::WithParamInterface<unsigned> {
+class PolicySelectionModel : public ModelTest<PolicySelectionFixture> {
 protected:
-    std::uint32_t random(std::uint32_t below) {
-        return static_cast<std::uint32_t>(engine() % below);
-    }
-
     Path randomPath() {
         Originator const sources[] = {{}, {address("192.0.2.1"), 1}, {address("2001:db8::1"), 1}};
         Path path{.name = {},
@@ -44,18 +39,14 @@ protected:
             case 0: status->statusDel(list); break;
             case 1: status->statusWithSbfdIs(Sbfd::SbfdKey::of(key, list), randomError()); break;
             case 2: sbfdConfigured(key, random(2)); break;
-            case 3: withdrawAny(); break;
+            case 3:
+                if (!paths.empty()) withdraw(Path(anyOf(paths)->second));
+                break;
             case 4:
             case 5: offerOne(randomPath()); break;
             default: status->statusIs(list, randomError()); break;
         }
     }
-    void withdrawAny() {
-        if (paths.empty()) return;
-        auto const size = static_cast<std::uint32_t>(paths.size());
-        withdraw(Path(std::next(paths.begin(), random(size))->second));
-    }
-
     bool listUsable(Path const& path, List const& list) const {
         SegmentListId const id(list.id);
         auto const* const policy = config->policy(path.key);
@@ -91,8 +82,6 @@ protected:
         }
         return text;
     }
-
-    std::mt19937 engine{GetParam()};
 };
 
 TEST_P(PolicySelectionModel, EqualsTheFunctionOfItsInputs) {
@@ -106,13 +95,7 @@ TEST_P(PolicySelectionModel, EqualsTheFunctionOfItsInputs) {
         if (!sm) restart();
 
         scheduler->yieldAfterWorkIs(1 + random(3));
-        for (auto clogs = random(3); clogs > 0; --clogs) {
-            fieldlog->outputCloggedIs(true);
-            scheduler->runOne();
-            fieldlog->outputCloggedIs(false);
-            clock.advance(0.1);
-            scheduler->runOne();
-        }
+        for (auto clogs = random(3); clogs > 0; --clogs) clogOnce();
         auto const told = run();
         ASSERT_EQ(outputs(), expected()) << "round " << round;
         for (auto const& key : before) {

@@ -1,36 +1,34 @@
-#include <random>
-
 #include "tests/SegmentListFixture.h"
+#include "tests/support/ModelTest.h"
 
 namespace SrTePolicy {
 namespace {
 
 /// Random operations under forced yields, clogging and crashes; whenever nothing waits, the outputs
 /// are those of every list resolved anew from the routes, the TI-LFA tunnels and the depth.
-class SegmentListModelTest : public SegmentListFixture,
-                             public testing::WithParamInterface<unsigned> {
+class SegmentListModelTest : public ModelTest<SegmentListFixture> {
 protected:
     static constexpr std::uint64_t plainFec = 0x0100000000000007;
     static constexpr std::uint64_t plainOfTunnel = 0x1100000000000007;
 
-    std::uint32_t pick(std::uint32_t count) { return static_cast<std::uint32_t>(random() % count); }
-
     void step() {
-        switch (pick(16)) {
+        switch (random(16)) {
             case 0:
             case 1:
             case 2: holdAny(); break;
             case 3:
-                if (!held.empty()) held.erase(std::next(held.begin(), anyHeld()));
+                if (!held.empty()) held.erase(anyOf(held));
                 break;
             case 4:
             case 5:
             case 6: anyRoute(); break;
-            case 7: routeDel(16 + pick(4)); break;
+            case 7: routeDel(16 + random(4)); break;
             case 8: anyTunnelChange(); break;
-            case 9: msd(pick(4) == 0 ? std::nullopt : std::optional(std::uint8_t(pick(7)))); break;
-            case 10: fieldlog->outputCloggedIs(pick(2) == 0); break;
-            case 11: scheduler->yieldAfterWorkIs(1 + pick(5)); break;
+            case 9:
+                msd(random(4) == 0 ? std::nullopt : std::optional(std::uint8_t(random(7))));
+                break;
+            case 10: fieldlog->outputCloggedIs(random(2) == 0); break;
+            case 11: scheduler->yieldAfterWorkIs(1 + random(5)); break;
             case 12:
                 clock.advance(0.05);
                 run();
@@ -40,17 +38,16 @@ protected:
             default: crashAndStart(); break;
         }
     }
-    std::ptrdiff_t anyHeld() { return pick(static_cast<std::uint32_t>(held.size())); }
     void holdAny() {
         Labels labels;
-        for (auto count = 1 + pick(3); count > 0; --count) labels.push_back(16 + pick(5));
-        hold(labels, pick(3) == 0 ? 7 : DistinguisherId::policyList);
+        for (auto count = 1 + random(3); count > 0; --count) labels.push_back(16 + random(5));
+        hold(labels, random(3) == 0 ? 7 : DistinguisherId::policyList);
     }
     void anyRoute() {
-        auto const label = 16 + pick(4);
-        auto const action = static_cast<Action>(pick(4));
+        auto const label = 16 + random(4);
+        auto const action = static_cast<Action>(random(4));
         auto written = routeOver(label, {});
-        switch (pick(8)) {
+        switch (random(8)) {
             case 0: return routeToFec(label, plainFec, action);
             case 1: return routeToFec(label, 0x0600000000000000 | tiLfa(1).value(), action);
             case 2: return routeToFec(label, 0x0F00000000000007, action);
@@ -66,14 +63,15 @@ protected:
             {Wirex::IpGenAddr::ipv4(2), Wirex::IntfId::physical("Et2"), {action, {}}},
             {{}, Wirex::IntfId::physical("Et3"), {action, {}}},
             {Wirex::IpGenAddr::ipv4(4), {}, {action, {300}}}};
-        if (pick(8) == 0) written.viaType = Mpls::LfibViaType::unset;
-        for (auto count = pick(4); count > 0; --count) written.mplsVias.push_back(vias[pick(8)]);
+        if (random(8) == 0) written.viaType = Mpls::LfibViaType::unset;
+        for (auto count = random(4); count > 0; --count)
+            written.mplsVias.push_back(vias[random(8)]);
         writer.lfibRouteIs(written);
     }
     // As the host: the routes over the tunnel are touched after it.
     void anyTunnelChange() {
-        auto const primary = pick(3);
-        protect(1 + pick(2), primary, pick(4));
+        auto const primary = random(3);
+        protect(1 + random(2), primary, random(4));
         for (auto row = lfib->rows().begin(); row; row.next()) {
             writer.lfibRouteIs(row.value()->route);
         }
@@ -81,18 +79,18 @@ protected:
     void crashAndStart() {
         crash();
         auto const present = ids();
-        auto const stray = present.empty() ? 1 : *present.rbegin() + 1 + pick(3);
-        if (pick(2) == 0) {
+        auto const stray = present.empty() ? 1 : *present.rbegin() + 1 + random(3);
+        if (random(2) == 0) {
             strays.insert(stray);
             status->statusIs(SegmentListId(stray), SegmentListResolveError::exceedsMsd);
         }
-        if (pick(2) == 0) {
+        if (random(2) == 0) {
             strays.insert(stray);
             Tunnel::TunnelTable::MplsVia const via;
             tunnels->entryIs({SegmentListId(stray).getTunnelId(), std::span(&via, 1)});
         }
-        if (!held.empty() && pick(2) == 0) held.erase(std::next(held.begin(), anyHeld()));
-        if (pick(2) == 0) anyRoute();
+        if (!held.empty() && random(2) == 0) held.erase(anyOf(held));
+        if (random(2) == 0) anyRoute();
         startAgain();
     }
 
@@ -155,7 +153,6 @@ protected:
         ASSERT_EQ(outputs(), text);
     }
 
-    std::mt19937 random{GetParam()};
     std::set<std::uint32_t> strays;  // left by an earlier run
 };
 

@@ -34,6 +34,13 @@ protected:
         log.push_back(std::string(present ? "+" : "-").append(table).append(row));
     }
     std::vector<std::string> takeLog() { return std::exchange(log, {}); }
+    // What is in the log once everything has settled, in one line.
+    std::string told() {
+        settle();
+        std::string line;
+        for (auto const& event : takeLog()) line.append(line.empty() ? "" : "; ").append(event);
+        return line;
+    }
 
     bool restartsHitless = true;
     std::vector<std::string> log;  // every write of an output, in order
@@ -43,6 +50,15 @@ protected:
 class MachineTest : public RestartedTest {
 protected:
     MachineTest() { Keel::activityClockIs(&clock); }
+
+    // One run that only finds the log clogged, and the next one.
+    void clogOnce() {
+        fieldlog->outputCloggedIs(true);
+        scheduler->runOne();
+        fieldlog->outputCloggedIs(false);
+        clock.advance(0.1);
+        scheduler->runOne();
+    }
 
     Keel::VirtualClock clock;
     Quor::Ptr<Keel::TaskScheduler> scheduler = Quor::makePtr<Keel::TaskScheduler>(clock);
