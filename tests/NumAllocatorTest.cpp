@@ -128,22 +128,19 @@ TEST_F(NumAllocatorTest, AgreesWithAModelOverRandomOperations) {
     std::mt19937 random(1);
     for (int step = 0; step < 50000; ++step) {
         auto const number = 60 + random() % 261;
-        switch (random() % 8) {
-            case 0:
-                allocator->reserveNumber(number);
-                model.reserve(number);
-                break;
-            case 1: clock.advance(static_cast<double>(random() % 10)); break;
-            case 2:
-            case 3:
-            case 4:
-                allocator->releaseNumber(number);
-                model.release(number, clock.now());
-                break;
-            default:
-                ASSERT_EQ(allocator->allocate(), model.allocate(clock.now())) << "step " << step;
-                ASSERT_EQ(status->inUse(), model.inUse.size());
-                ASSERT_EQ(status->waiting(), model.waitingUntil.size());
+        auto const kind = random() % 8;
+        if (kind == 0) {
+            allocator->reserveNumber(number);
+            model.reserve(number);
+        } else if (kind == 1) {
+            clock.advance(static_cast<double>(random() % 10));
+        } else if (kind < 5) {
+            allocator->releaseNumber(number);
+            model.release(number, clock.now());
+        } else {
+            ASSERT_EQ(allocator->allocate(), model.allocate(clock.now())) << "step " << step;
+            ASSERT_EQ(status->inUse(), model.inUse.size());
+            ASSERT_EQ(status->waiting(), model.waitingUntil.size());
         }
         ASSERT_EQ(status->isInUse(number), model.inUse.contains(number)) << "step " << step;
     }

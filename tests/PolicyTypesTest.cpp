@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -8,17 +6,14 @@
 #include "SrTeTypes/PolicyInput.h"
 #include "SrTeTypes/PolicyKeyToIdMap.h"
 #include "SrTeTypes/PolicySelectionInput.h"
+#include "tests/support/Routes.h"
+#include "tests/support/Watch.h"
 
 namespace SrTePolicy {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using Wirex::MplsLabel;
 
-Wirex::IpGenAddr address(char const* text) {
-    return Wirex::IpGenAddr::parse(text).value_or(Wirex::IpGenAddr());
-}
 PolicyId id(char const* endpoint, std::uint32_t color, Protocol protocol, char const* originator,
             std::uint32_t as, std::uint32_t discriminator) {
     return {{address(endpoint), color}, {protocol, address(originator), as, discriminator}};
@@ -68,6 +63,9 @@ TEST(PolicyTypes, TheyPrintTheirFields) {
     EXPECT_EQ(protocolEnumToString(Protocol::pcep), "PCEP");
     EXPECT_EQ(protocolEnumToString(Protocol::config), "config");
     EXPECT_EQ(protocolEnumToString(static_cast<Protocol>(40)), "40");
+    EXPECT_EQ(Enlp(4), Enlp::none());
+    EXPECT_THAT([] { Enlp(5); }, testing::ThrowsMessage<Quor::RangeError>(
+                                     "Enlp::value < Enlp::min or > Enlp::max not allowed"));
 
     PolicyInputEntry offered(P);
     offered.bindingSid = MplsLabel(1000);
@@ -111,50 +109,31 @@ TEST(PolicyTypes, AnEntryOfTheIdAloneIsTheAbsentOne) {
     differs([](PolicyInputEntry& e) { e.originator.as = 1; });
 }
 
-TEST(PolicyTypes, AnExplicitNullPolicyIsOneOfFive) {
-    EXPECT_EQ(Enlp(4), Enlp::none());
-    try {
-        Enlp(5);
-        ADD_FAILURE();
-    } catch (Quor::RangeError const& error) {
-        EXPECT_STREQ(error.what(), "Enlp::value < Enlp::min or > Enlp::max not allowed");
-    }
-}
-
-/// Collects the kind of every notification of PolicySelectionInput.
-struct SelectionInputLog {
-    Quor::Ptr<PolicySelectionInput> table = policySelectionInputFactory();
-    std::vector<std::string> events;
-    Quor::Reactor<PolicyId> entry{
-        table->entrySubject(), this, [](SelectionInputLog& self, PolicyId const& id) {
-            self.events.push_back(self.table->policyIdEntry(id) ? "entry" : "gone");
-        }};
-    Quor::Reactor<PolicyId> bindingSid{
-        table->bindingSidSubject(), this,
-        [](SelectionInputLog& self, PolicyId const&) { self.events.push_back("bsid"); }};
-
-    std::vector<std::string> write(PolicyIdEntry const& row) {
-        table->policyIdEntryIs(row);
-        return std::exchange(events, {});
-    }
-};
-
 TEST(PolicyTypes, SelectionInputTellsMembershipVersionAndBindingSid) {
-    SelectionInputLog log;
+    auto const table = policySelectionInputFactory();
+    std::string told;
+    Watch const entries(table->entrySubject(), [&](PolicyId const& id) {
+        told += table->policyIdEntry(id) ? "entry " : "gone ";
+    });
+    Watch const bindingSids(table->bindingSidSubject(), [&](auto const&) { told += "bsid "; });
+    auto const write = [&](PolicyIdEntry const& row) {
+        table->policyIdEntryIs(row);
+        return std::exchange(told, {});
+    };
     PolicyIdEntry row(P, Preference(100), {});
     row.bindingSid = MplsLabel(1000);
-    EXPECT_THAT(log.write(row), ElementsAre("entry"));
-    EXPECT_THAT(log.write(row), IsEmpty());
+    EXPECT_EQ(write(row), "entry ");
+    EXPECT_EQ(write(row), "");
     row.versionInc();
-    EXPECT_THAT(log.write(row), ElementsAre("entry"));
+    EXPECT_EQ(write(row), "entry ");
     row.bindingSid = MplsLabel(1001);
-    EXPECT_THAT(log.write(row), ElementsAre("bsid", "entry"));
+    EXPECT_EQ(write(row), "bsid entry ");
     row.preference = Preference(200);
     row.bindingSid = MplsLabel(1002);
-    EXPECT_THAT(log.write(row), ElementsAre("entry"));  // another entry, not another binding SID
-    log.table->policyIdEntryDelAll();
-    log.table->policyIdEntryDel(P);
-    EXPECT_THAT(log.events, ElementsAre("gone"));
+    EXPECT_EQ(write(row), "entry ");  // another entry, not another binding SID
+    table->policyIdEntryDelAll();
+    table->policyIdEntryDel(P);
+    EXPECT_EQ(told, "gone ");
 }
 
 TEST(PolicyTypes, APolicyIsListedWhileItHasACandidate) {

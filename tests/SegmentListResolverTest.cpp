@@ -98,12 +98,9 @@ TEST(ComputeEgressMplsVia, TheStackAndTheTunnelBelowItFitTheDepthExactly) {
 
 TEST(ComputeEgressMplsViaDeathTest, AStackThatCannotBeExtendedStopsTheAgent) {
     auto error = Error::noError;
-    auto const pushBelow = [&error](Stack const& own) {
-        return computeEgressMplsVia({Action::push, own}, Action::push, {11, 12, 13, 14, 15, 16, 17},
-                                    nextHop, et1, nullptr, error, false, {0, 0});
-    };
-    EXPECT_EQ(pushBelow({1, 2, 3, 4, 5, 6, 7, 8, 9}).operation.stack.size(), 16u);
-    EXPECT_DEATH(pushBelow({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}),
+    EXPECT_DEATH(computeEgressMplsVia({Action::push, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}}, Action::push,
+                                      {11, 12, 13, 14, 15, 16, 17}, nextHop, et1, nullptr, error,
+                                      false, {0, 0}),
                  "res == Wirex::BoundedMplsLabelStackResult::noError_");
 }
 
