@@ -1,10 +1,10 @@
 #include <map>
-#include <random>
 #include <set>
 #include <sstream>
 
 #include "SrTePolicy/SrTePolicyLfibGenSm.h"
 #include "tests/PolicyPublishFixture.h"
+#include "tests/support/ModelTest.h"
 
 namespace SrTePolicy {
 namespace {
@@ -15,7 +15,7 @@ using testing::HasSubstr;
 // Random inputs, yields, restarts and crashes: whenever nothing is left to do, the outputs are the
 // function of the inputs that is written down here. Who holds a binding SID and which numbers the
 // FECs have is history, and taken from the status.
-class PolicyPublishModelTest : public PolicyPublishFixture {
+class PolicyPublishModelTest : public ModelTest<PolicyPublishFixture> {
 protected:
     PolicyPublishModelTest() { restartBoth(); }
 
@@ -60,10 +60,6 @@ protected:
         for (auto row = lfib->rows().begin(); row; row.next()) {
             EXPECT_TRUE(fwdStatus->fec(row.value()->route.extFecVia.fecId));
         }
-    }
-
-    std::uint32_t random(std::uint32_t count) {
-        return static_cast<std::uint32_t>(engine() % count);
     }
 
     void change() {
@@ -166,12 +162,11 @@ protected:
                                          wrote(lfib->rows().has(changed), "route ",
                                                changed.stringValue());
                                      }};
-    std::mt19937 engine{20240613};
     std::vector<PolicyKey> const policies = {P, Q, R, key("10.0.0.4"), key("10.0.0.5")};
 };
 
-TEST_F(PolicyPublishModelTest, OutputsAreAFunctionOfTheInputs) {
-    for (int round = 0; round < 500 && !HasFailure(); ++round) {
+TEST_P(PolicyPublishModelTest, OutputsAreAFunctionOfTheInputs) {
+    for (int round = 0; round < 100 && !HasFailure(); ++round) {
         scheduler->yieldAfterWorkIs(1 + random(3));
         for (auto step = random(12); step > 0; --step) {
             change();
@@ -195,6 +190,8 @@ TEST_F(PolicyPublishModelTest, OutputsAreAFunctionOfTheInputs) {
     publish(P, {});
     EXPECT_EQ(status->policyStatusEntry(P).labelFecId.value(), firstFecId);  // no number leaked
 }
+
+INSTANTIATE_TEST_SUITE_P(Seeds, PolicyPublishModelTest, testing::Range(1u, 6u));
 
 }  // namespace
 }  // namespace SrTePolicy

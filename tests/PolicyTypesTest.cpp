@@ -136,24 +136,5 @@ TEST(PolicyTypes, SelectionInputTellsMembershipVersionAndBindingSid) {
     EXPECT_EQ(told, "gone ");
 }
 
-TEST(PolicyTypes, APolicyIsListedWhileItHasACandidate) {
-    auto const map = policyKeyToIdMapFactory();
-    auto other = P;
-    other.candidate.discriminator = 2;
-    auto const Q = id("192.0.2.6", 100, Protocol::bgp, "", 0, 0);
-    PolicyCandidateInfo const info{1, PolicyInvalidReason::usable, {}};
-    for (auto const& each : {P, other, Q})
-        map->policyIs(each.key).candidateIs(each.candidate, info);
-    EXPECT_EQ(map->candidate().size(), 3u);
-    EXPECT_EQ(map->firstCandidate(P.key).key(), P);
-
-    map->policyIs(P.key).candidateDel(P.candidate);
-    EXPECT_TRUE(map->hasPolicy(P.key));
-    EXPECT_FALSE(map->candidate(P));
-    map->policyDel(P.key);
-    EXPECT_FALSE(map->hasPolicy(P.key));
-    EXPECT_EQ(*map->candidate(Q), info);
-}
-
 }  // namespace
 }  // namespace SrTePolicy

@@ -8,7 +8,6 @@
 #include "Platform/Tunnel/SrTePolicyTunnelTable.h"
 #include "Platform/Tunnel/SrTeSegmentListTunnelTable.h"
 #include "Platform/Tunnel/TiLfaTunnelTable.h"
-#include "tests/support/Watch.h"
 
 namespace {
 
@@ -62,6 +61,7 @@ TEST(SrTeSegmentListTunnelTable, keepsEveryViaAsItWasAndTellsOneFromAnother) {
     auto const vias = variedVias();
     auto const id = TunnelId::make(TunnelType::srTeSegmentList, 3);
     SrTeSegmentListTunnelTableEntry const entry(id, vias);
+    EXPECT_EQ(SrTeSegmentListTunnelTableEntry(id, {}).stringValue(), "13-3:");
     auto const copy = entry;
     EXPECT_EQ(copy.vias(), vias);
     std::set<MplsVia> ordered;
@@ -88,20 +88,6 @@ TEST(SrTeSegmentListTunnelTable, takesSixHundredVias) {
     EXPECT_THAT([&] { SrTeSegmentListTunnelTableEntry(id, vias); },
                 ThrowsMessage<Quor::RangeError>(
                     "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed"));
-}
-
-TEST(SrTeSegmentListTunnelTable, isReplacedByEqualEntriesInSilence) {
-    auto const table = Quor::makePtr<SrTeSegmentListTunnelTable>();
-    int told = 0;
-    Watch const watch(table->entry(), [&told](TunnelId const&) { ++told; });
-    auto const id = TunnelId::make(TunnelType::srTeSegmentList, 3);
-    EXPECT_TRUE(table->entryIs({id, variedVias()}));
-    EXPECT_FALSE(table->entryIs({id, variedVias()}));
-    table->entryIs({id, {}});
-    EXPECT_EQ(table->entry(id)->stringValue(), "13-3:");
-    EXPECT_TRUE(table->entryDel(id));
-    EXPECT_FALSE(table->entryDel(id));
-    EXPECT_EQ(told, 3);
 }
 
 TEST(TunnelTables, knowAnEntryWithoutABackupAndAnAddressOfEitherFamily) {
