@@ -22,7 +22,6 @@ int repetitions(std::uint32_t policies) {
 struct Cold {
     double seconds = 0;
     double yardstick = 0;
-    double longestRun = 0;
     double heapPerPolicy = 0;
 };
 
@@ -62,12 +61,11 @@ Cold measureCold(std::uint32_t policies) {
         yardstick.push_back(timeYardstick(load));
         cold.push_back(timeCold(load));
     }
-    return {median(cold), median(yardstick), 0, heapPerPolicy(load)};
+    return {median(cold), median(yardstick), heapPerPolicy(load)};
 }
 
 // Candidates arrive in batches of a thousand, in any order, at running machines.
 double timeRandomArrival(std::uint32_t policies) {
-    Load const load{policies};
     Pipeline pipeline({0});
     pipeline.fillSources();
     pipeline.converge();
