@@ -93,6 +93,9 @@ struct SRTE_EXPORT Originator {
     friend std::strong_ordering operator<=>(Originator const& a, Originator const& b);
 };
 
+// Outside the class as well: a friend alone would stay hidden.
+SRTE_EXPORT std::strong_ordering operator<=>(Originator const& a, Originator const& b);
+
 /// The explicit-null label policy of a candidate (RFC 9830, 2.4.5): which unlabelled traffic gets
 /// an explicit null below the list's labels. `notGiven` leaves it to the endpoint's family.
 class SRTE_EXPORT Enlp {

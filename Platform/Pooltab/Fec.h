@@ -48,4 +48,7 @@ private:
     std::unique_ptr<Via[]> more_;  // all the vias, once they are more than two
 };
 
+// Outside the class as well: a friend alone would stay hidden.
+SRTE_EXPORT bool operator==(Fec const& a, Fec const& b);
+
 }  // namespace Pooltab::Fib

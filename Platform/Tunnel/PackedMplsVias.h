@@ -37,4 +37,7 @@ private:
     Block* block_ = nullptr;  // null when there is no via
 };
 
+// Outside the class as well: a friend alone would stay hidden.
+SRTE_EXPORT bool operator==(PackedMplsVias const& a, PackedMplsVias const& b);
+
 }  // namespace Tunnel::TunnelTable

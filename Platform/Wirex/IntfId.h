@@ -54,4 +54,7 @@ private:
     Quor::Ptr<Name const> name_;
 };
 
+// Outside the class as well: a friend alone would stay hidden.
+SRTE_EXPORT std::strong_ordering operator<=>(IntfId const& a, IntfId const& b);
+
 }  // namespace Wirex

@@ -61,6 +61,10 @@ private:
     std::array<MplsLabel, capacity> label_{};
 };
 
+// Outside the class as well: a friend alone would stay hidden.
+SRTE_EXPORT std::strong_ordering operator<=>(BoundedMplsLabelStack const& a,
+                                             BoundedMplsLabelStack const& b);
+
 /// What a via does with the incoming label.
 enum class MplsLabelAction : std::uint32_t { none = 0, pop = 1, swap = 2, push = 3 };
 
