@@ -76,9 +76,10 @@ PolicyInputSm::PolicyInputSm(Quor::Ptr<Config const> config,
           [](PolicyInputSm& self, std::monostate) { self.handleSpecifiedBsidOnly(); }) {}
 
 void PolicyInputSm::handleInitialized() {
+    if (std::exchange(initialized_, true)) return;
+
     SRTE_TRACE(8, "handleInitialized called with segmentListSharing: "
                       << segmentListSharingToString(config_->segmentListSharing()));
-    initialized_ = true;
     backlog_.start("InputSmTask", [this] { handleTaskRun(); });
     addProtocol(Protocol::config);
     addProtocol(Protocol::bgp);

@@ -32,7 +32,8 @@ SegmentSm::SegmentSm(Quor::Ptr<NotifyingSegmentCollection const> notifyingSegmen
 
 void SegmentSm::handleInitialized() {
     QUOR_ASSERT(lfib_, "lfib()");
-    initialized_ = true;
+    if (std::exchange(initialized_, true)) return;
+
     segmentStatus_->statusDelAll();
     handleSegment();
 }

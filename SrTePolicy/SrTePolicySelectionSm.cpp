@@ -44,7 +44,8 @@ PolicySelectionSm::PolicySelectionSm(
       }) {}
 
 void PolicySelectionSm::handleInitialized() {
-    initialized_ = true;
+    if (std::exchange(initialized_, true)) return;
+
     backlog_.start("SelectionSmTask", [this] { handleTaskRun(); });
     markEveryCandidate();
 }

@@ -27,6 +27,10 @@ TEST_F(PolicyInputSmTest, AValidCandidateIsHandedOnWithItsLists) {
         EXPECT_THAT(row.value().policyId(), ElementsAre(list.policyId()));
     }
 
+    auto const registered = users->segmentListUser().size();
+    sm->handleInitialized();  // already running
+    EXPECT_EQ(users->segmentListUser().size(), registered);
+
     withdraw({});
     EXPECT_EQ(run(), "-PBGP1");
     EXPECT_EQ(outputs(), "Qconfig1: 16,17x1\n");
