@@ -10,63 +10,11 @@
 #include "agent/ScenarioReader.h"
 #include "agent/ScenarioValues.h"
 #include "agent/Story.h"
-#include "tests/support/Watch.h"
+#include "tests/support/SurvivingWrites.h"
 
 namespace {
 
 using namespace Agent;
-
-std::string keyText(SrTePolicy::PolicyKey const& key) {
-    return policyKeyText(key);
-}
-template <class Key>
-std::string keyText(Key const& key) {
-    return key.stringValue();
-}
-
-/// Those of the tables that outlive the agent which tell of each row.
-void forEachTable(SurvivingTables const& tables, auto const& visit) {
-    visit("export", tables.exportedLists->segmentList());
-    visit("list-status", tables.segmentListStatus->status());
-    visit("list-tunnel", tables.segmentListTunnels->entry());
-    visit("status", tables.policyStatus->policyStatusEntry());
-    visit("fec-index", tables.policyStatus->fecIdToPolicyKey());
-    visit("fec", tables.forwarding->fec());
-    visit("policy-tunnel", tables.policyTunnels->entry());
-    visit("route", tables.bindingSidLfib->rows());
-}
-
-/// Every write to the tables that outlive the agent, in order, as "TABLE KEY" or "-TABLE KEY" for a
-/// removal.
-class Writes {
-public:
-    explicit Writes(SurvivingTables const& tables) {
-        forEachTable(tables, [this](char const* name, auto const& table) { watch(name, table); });
-        watch("selection-input", tables.selectionInput->policyIdEntry(),
-              tables.selectionInput->entrySubject());
-        watch("ec-policy", tables.ecPolicy->policy(), tables.ecPolicy->policySubject());
-        watch("ec-active", tables.ecPolicy->policy(), tables.ecPolicy->activeSubject());
-        watch("ec-entry", tables.ecPolicy->policy(), tables.ecPolicy->activeEntrySubject());
-    }
-
-    std::vector<std::string> take() { return std::exchange(log_, {}); }
-
-private:
-    template <class Table>
-    void watch(char const* name, Table const& table) {
-        watch<Table, typename Table::Key>(name, table, table);
-    }
-    template <class Table, class Key>
-    void watch(char const* name, Table const& table, Quor::Subject<Key> const& subject) {
-        auto const told = [this, name, &table](Key const& key) {
-            log_.push_back((table.has(key) ? "" : "-") + std::string(name) + " " + keyText(key));
-        };
-        watches_.push_back(std::make_shared<Watch<Key>>(subject, told));
-    }
-
-    std::vector<std::string> log_;
-    std::vector<std::shared_ptr<void>> watches_;
-};
 
 Scenario scenarioOf(std::string const& text) {
     std::istringstream input(text);
@@ -104,14 +52,12 @@ std::map<std::string, std::string> policies(Host const& host) {
     return shown;
 }
 
-std::vector<std::string> rows(SurvivingTables const& tables) {
-    std::vector<std::string> left;
-    auto const note = [&left](char const* name, auto const& table) {
-        if (table.size() > 0) left.push_back(name + (" " + std::to_string(table.size())));
-    };
-    forEachTable(tables, note);
-    note("selection-input", tables.selectionInput->policyIdEntry());
-    note("ec-policy", tables.ecPolicy->policy());
+/// The tables that hold anything.
+std::set<std::string> rows(SurvivingTables const& tables) {
+    std::set<std::string> left;
+    forEachSurvivingTable(tables, [&left](char const* name, auto const& table, auto const&) {
+        if (table.size() > 0) left.insert(name + (" " + std::to_string(table.size())));
+    });
     return left;
 }
 
@@ -119,7 +65,7 @@ TEST(Restart, WithoutChangesWritesNothing) {
     int restarts = 0;
     for (auto const& [name, scenario] : exampleScenarios()) {
         Host host(scenario);
-        Writes writes(host.tables());
+        SurvivingWrites writes(host.tables());
         host.begin();
         for (auto const& event : scenario.events) {
             host.advanceTo(event.at);
@@ -147,7 +93,7 @@ TEST(Restart, WithChangesWithdrawsNothingThatExists) {
         Host restarted(scenario);
         running.begin();
         restarted.begin();
-        Writes writes(restarted.tables());
+        SurvivingWrites writes(restarted.tables());
         std::list<Step> steps;
         for (auto const& event : scenario.events) {
             running.advanceTo(event.at);
@@ -192,7 +138,7 @@ TEST(Restart, ADelayedStartGoesOnWhereItWaited) {
     auto const scenario = scenarioOf(twoPolicies);
     Host host(scenario);
     host.begin();
-    Writes writes(host.tables());
+    SurvivingWrites writes(host.tables());
     for (auto const& event : scenario.events) {
         host.advanceTo(event.at);
         host.apply(event);
@@ -214,7 +160,7 @@ TEST(Restart, AnOrderlyStopEmptiesTheTablesConsumersFirst) {
     auto const scenario = scenarioOf(twoPolicies);
     Host host(scenario);
     host.begin();
-    Writes writes(host.tables());
+    SurvivingWrites writes(host.tables());
     host.apply(lifeIs(Life::stop));
     std::vector<std::string> tables;  // by their first removal
     for (auto const& write : writes.take()) {
