@@ -7,6 +7,7 @@
 #include "SrTeTypes/PolicySelectionInput.h"
 #include "SrTeTypes/PolicyStatus.h"
 #include "SrTeTypes/SegmentListStatus.h"
+#include "SrTeTypes/TunnelIdToPolicyKey.h"
 
 namespace SrTePolicy {
 
@@ -47,6 +48,9 @@ Quor::Ptr<PolicyStatus> policyStatusFactory() {
 }
 Quor::Ptr<SegmentListStatus> segmentListStatusFactory() {
     return Quor::makePtr<SegmentListStatus>();
+}
+Quor::Ptr<TunnelIdToPolicyKey> tunnelIdToPolicyKeyFactory() {
+    return Quor::makePtr<TunnelIdToPolicyKey>();
 }
 Quor::Ptr<Export::SegmentListCollection> Export::segmentListCollectionFactory() {
     return Quor::makePtr<SegmentListCollection>();
