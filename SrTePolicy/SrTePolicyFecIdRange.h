@@ -21,6 +21,10 @@ struct SRTE_EXPORT FecIdRange {
     /// `min | index` with the adjacency type of policy FECs. A negative index is a programming
     /// error; `max` is not looked at.
     Pooltab::Fib::FecId indexToFecId(std::int64_t index) const;
+    /// Adjacency types do not count.
+    bool has(Pooltab::Fib::FecId fecId) const {
+        return fecId.masked() >= min.masked() && fecId.masked() <= max.masked();
+    }
 
     std::string stringValue() const;
     /// The reverse of `stringValue`; throws RangeError for any other text.

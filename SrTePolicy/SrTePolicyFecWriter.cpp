@@ -35,8 +35,7 @@ PolicyFecWriter::PolicyFecWriter(FecIdRange fecIdRange,
     : fwdStatus_(fwdStatus), numAllocator_(NumAllocatorForFecIdIs(fecIdRange)) {}
 
 bool PolicyFecWriter::inRange(FecId fecId) const {
-    auto const& range = numAllocator_->fecIdRange();
-    return fecId.masked() >= range.min.masked() && fecId.masked() <= range.max.masked();
+    return numAllocator_->fecIdRange().has(fecId);
 }
 
 void PolicyFecWriter::reserveFecIds(PolicyStatus::FecIdToPolicyKey const& rows) {
