@@ -1,6 +1,5 @@
 #include "SrTePolicy/SrTePolicySegmentList.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "Platform/Fastlog/Trace.h"
@@ -210,43 +209,31 @@ void SegmentListDedupTable::dumpState(Keel::DumpContext& ctx, int indentCount) c
               table_ ? table_->size() : 0);
 }
 
-bool SegmentListUser::hasPolicyId(PolicyId const& id) const {
-    auto const ids = policyId();
-    return std::binary_search(ids.begin(), ids.end(), id);
-}
-
-bool SegmentListUser::policyIdIs(PolicyId const& id) {
-    if (hasPolicyId(id)) return false;
-    if (!hasFirst_ && !more_) {
-        first_ = id;
-        hasFirst_ = true;
-        return true;
-    }
-    if (!more_) more_ = std::make_unique<std::vector<PolicyId>>(1, first_);
-    more_->insert(std::upper_bound(more_->begin(), more_->end(), id), id);
-    return true;
-}
-
-bool SegmentListUser::policyIdDel(PolicyId const& id) {
-    if (!hasPolicyId(id)) return false;
-    if (more_) {
-        more_->erase(std::lower_bound(more_->begin(), more_->end(), id));
-    } else {
-        hasFirst_ = false;
-    }
-    return true;
-}
-
-void SegmentListUser::policyIdDelAll() {
-    more_ = nullptr;
-    hasFirst_ = false;
+bool SegmentListUser::hasPolicy(PolicyKey const& key) const {
+    PolicyId found;
+    return policyIds_.atOrAfter(PolicyId::lowest(key), found) && found.key == key;
 }
 
 void SegmentListUser::dumpState(Keel::DumpContext& ctx, int indentCount) const {
     ctx.print("%*cPolicyIds #%u \n", indentCount, ' ', static_cast<unsigned>(policyId().size()));
-    for (auto const& id : policyId()) {
+    policyId().forEach([&ctx, indentCount](PolicyId const& id) {
         ctx.print("%*c%s\n", indentCount + 2, ' ', id.stringValue().c_str());
-    }
+    });
+}
+
+bool SegmentListIdToPolicyMap::hasPolicy(SegmentListId id, PolicyKey const& key) const {
+    auto const* const user = users_.find(id);
+    return user && user->hasPolicy(key);
+}
+
+Quor::InlineVector<PolicyKey, 1> SegmentListIdToPolicyMap::policies(SegmentListId id) const {
+    Quor::InlineVector<PolicyKey, 1> keys;
+    auto const* const user = users_.find(id);
+    if (!user) return keys;
+    user->policyId().forEach([&keys](PolicyId const& policyId) {
+        if (keys.empty() || *(keys.end() - 1) != policyId.key) keys.push_back(policyId.key);
+    });
+    return keys;
 }
 
 void SegmentListIdToPolicyMap::segmentListUserIs(SegmentListId id,
@@ -264,6 +251,9 @@ void SegmentListIdToPolicyMap::segmentListUserDel(SegmentListId id) {
     SegmentListUser const last(std::move(*user));
     users_.erase(id);
     subject_.notify(id);
+    last.policyId().forEach([this, id](PolicyId const& policyId) {
+        useSubject_.notify({id, policyId});
+    });
 }
 
 void SegmentListIdToPolicyMap::segmentListUserDelAll() {
@@ -274,24 +264,28 @@ bool SegmentListIdToPolicyMap::policyIdIs(SegmentListId id, PolicyId const& poli
     auto* const user = users_.find(id);
     QUOR_ASSERT(user, "user");
     if (!user->policyIdIs(policyId)) return false;
-    subject_.notify(id);
+    notify({id, policyId});
     return true;
 }
 
 bool SegmentListIdToPolicyMap::policyIdDel(SegmentListId id, PolicyId const& policyId) {
     auto* const user = users_.find(id);
     if (!user || !user->policyIdDel(policyId)) return false;
-    subject_.notify(id);
+    notify({id, policyId});
     return true;
+}
+
+void SegmentListIdToPolicyMap::notify(SegmentListUse const& use) {
+    subject_.notify(use.segmentListId);
+    useSubject_.notify(use);
 }
 
 void SegmentListIdToPolicyMap::dumpState(Keel::DumpContext& ctx, int indentCount) const {
     ctx.print("%*csegmentListUsers #%u \n", indentCount, ' ', static_cast<unsigned>(users_.size()));
     for (auto row = users_.begin(); row; row.next()) {
         std::string ids;
-        for (auto const& id : row.value().policyId()) {
-            ids += (ids.empty() ? "" : " ") + id.stringValue();
-        }
+        row.value().policyId().forEach(
+            [&ids](PolicyId const& id) { ids += (ids.empty() ? "" : " ") + id.stringValue(); });
         ctx.print("%*cSegmentListId: %u size: %u policyId: %s\n", indentCount + 2, ' ',
                   row.key().value(), static_cast<unsigned>(row.value().policyId().size()),
                   ids.c_str());

@@ -2,13 +2,13 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
-#include <vector>
 
 #include "Platform/Keel/DumpContext.h"
+#include "Platform/Quor/InlineVector.h"
 #include "Platform/Quor/NotifyingMap.h"
+#include "Platform/Quor/SmallSet.h"
 #include "Platform/Wirex/MplsLabelStack.h"
 #include "SrTePolicy/SrTePolicySegment.h"
 #include "SrTeTypes/PolicyKey.h"
@@ -147,29 +147,33 @@ private:
 /// The candidates that use one list; it keeps the list alive. Nearly every list has exactly one.
 class SRTE_EXPORT SegmentListUser {
 public:
+    using PolicyIds = Quor::SmallSet<PolicyId, 1>;
+
     SegmentListUser(SegmentListId id, Quor::Ptr<SegmentList const> list)
         : segmentListId_(id), segmentList_(std::move(list)) {}
 
     SegmentListId segmentListId() const { return segmentListId_; }
     Quor::Ptr<SegmentList const> const& segmentList() const { return segmentList_; }
-    /// In order.
-    std::span<PolicyId const> policyId() const {
-        return more_ ? std::span<PolicyId const>(*more_) : std::span(&first_, hasFirst_ ? 1u : 0u);
-    }
-    bool hasPolicyId(PolicyId const& id) const;
+    PolicyIds const& policyId() const { return policyIds_; }
+    /// Whether one of them is a candidate of the policy.
+    bool hasPolicy(PolicyKey const& key) const;
     /// False when nothing changed.
-    bool policyIdIs(PolicyId const& id);
-    bool policyIdDel(PolicyId const& id);
-    void policyIdDelAll();
+    bool policyIdIs(PolicyId const& id) { return policyIds_.insert(id); }
+    bool policyIdDel(PolicyId const& id) { return policyIds_.erase(id); }
+    void policyIdDelAll() { policyIds_.clear(); }
 
     void dumpState(Keel::DumpContext& ctx, int indentCount) const;
 
 private:
     SegmentListId segmentListId_;
-    bool hasFirst_ = false;
     Quor::Ptr<SegmentList const> segmentList_;
-    PolicyId first_;
-    std::unique_ptr<std::vector<PolicyId>> more_;  // all of them, once there were two
+    PolicyIds policyIds_;
+};
+
+/// One candidate's use of one list.
+struct SRTE_EXPORT SegmentListUse {
+    SegmentListId segmentListId;
+    PolicyId policyId;
 };
 
 /// Which candidates use each list. A list stays interned while it has a row here. Written by
@@ -181,8 +185,14 @@ public:
     Users const& segmentListUser() const { return users_; }
     /// Null when absent; valid until the row goes.
     SegmentListUser const* segmentListUser(SegmentListId id) const { return users_.find(id); }
+    /// Whether a candidate of the policy uses the list.
+    bool hasPolicy(SegmentListId id, PolicyKey const& key) const;
+    /// The policies whose candidates use the list, each once and in order.
+    Quor::InlineVector<PolicyKey, 1> policies(SegmentListId id) const;
     /// The list of every row that came or went, or whose users changed.
     Quor::Subject<SegmentListId> const& segmentListUserSubject() const { return subject_; }
+    /// Every candidate that came to a list or left it, also together with the row.
+    Quor::Subject<SegmentListUse> const& useSubject() const { return useSubject_; }
 
     /// Creates the row when it is missing. Another list under the same identity is a programming
     /// error.
@@ -197,8 +207,11 @@ public:
     void dumpState(Keel::DumpContext& ctx, int indentCount) const;
 
 private:
+    void notify(SegmentListUse const& use);
+
     Users users_;
     Quor::Subject<SegmentListId> subject_;
+    Quor::Subject<SegmentListUse> useSubject_;
 };
 
 SRTE_EXPORT Quor::Ptr<SegmentListIdToPolicyMap> segmentListIdToPolicyMapFactory();

@@ -131,7 +131,7 @@ void PolicySelectionSm::markEveryCandidate() {
 void PolicySelectionSm::markUsers(SegmentListId segmentListId) {
     auto const* const user = segmentListIdToPolicyMap_->segmentListUser(segmentListId);
     if (!user) return;
-    for (auto const& policyId : user->policyId()) backlog_.markAndSchedule(policyId);
+    user->policyId().forEach([this](PolicyId const& id) { backlog_.markAndSchedule(id); });
 }
 
 void PolicySelectionSm::handleTaskRun() {

@@ -19,20 +19,25 @@ enum class SegmentListSharing : std::uint32_t { none = 0 };
 /// "none", or the number.
 SRTE_EXPORT std::string segmentListSharingToString(SegmentListSharing mode);
 
-/// The S-BFD settings of a statically configured policy; what is zero falls back to the global
-/// settings.
-struct SRTE_EXPORT SbfdSettings {
-    Bfd::Interval interval;
-    Bfd::Multiplier multiplier;
-    Bfd::Discriminator remoteDiscriminator;
+/// The S-BFD settings of a statically configured policy (RFC 7880); a zero interval or multiplier
+/// falls back to the global one.
+struct SRTE_EXPORT PolicySbfdConfig {
+    Bfd::BfdInterval interval;
+    Bfd::BfdMultiplier multiplier;
+    Bfd::BfdDiscriminator remoteDiscriminator;
 
-    friend auto operator<=>(SbfdSettings const&, SbfdSettings const&) = default;
+    /// "interval N multiplier N remoteDiscriminator N".
+    std::string stringValue() const;
+    std::uint64_t hash(std::uint64_t seed = 0) const;
+
+    friend auto operator<=>(PolicySbfdConfig const&, PolicySbfdConfig const&) = default;
 };
+using SbfdSettings = PolicySbfdConfig;
 
 /// A policy as it is configured on this router, apart from its candidates.
 struct SRTE_EXPORT StaticPolicy {
     PolicyKey key;
-    std::optional<SbfdSettings> sbfd;
+    std::optional<PolicySbfdConfig> sbfd;
 
     friend bool operator==(StaticPolicy const&, StaticPolicy const&) = default;
 };

@@ -16,10 +16,13 @@ std::string segmentListSharingToString(SegmentListSharing mode) {
                                             : std::to_string(static_cast<std::uint32_t>(mode));
 }
 
-std::string Sbfd::SbfdKey::stringValue() const {
-    return "Value('SrTePolicy::Sbfd::SbfdKey', ** {'endpoint': " + endpoint.stringValue() +
-           ", 'color': " + std::to_string(color) +
-           ", 'segmentListId': " + segmentListId.stringValue() + "})";
+std::string PolicySbfdConfig::stringValue() const {
+    return "interval " + interval.stringValue() + " multiplier " + multiplier.stringValue() +
+           " remoteDiscriminator " + remoteDiscriminator.stringValue();
+}
+
+std::uint64_t PolicySbfdConfig::hash(std::uint64_t seed) const {
+    return seededHash(seed, interval.value(), multiplier.value(), remoteDiscriminator.value());
 }
 
 Quor::Ptr<Config> configFactory() {

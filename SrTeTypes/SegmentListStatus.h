@@ -2,11 +2,10 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
 #include "Platform/Quor/NotifyingMap.h"
 #include "Platform/Quor/Ptr.h"
-#include "SrTeTypes/PolicyKey.h"
+#include "SrTeTypes/SbfdKey.h"
 #include "SrTeTypes/SegmentListId.h"
 
 namespace SrTePolicy {
@@ -21,26 +20,6 @@ enum class SegmentListResolveError : std::uint8_t {
     sbfdDown = 4,  ///< only in the combined status
     backupExceedsMsd = 5
 };
-
-namespace Sbfd {
-
-/// One segment list as one policy uses it: what an S-BFD session watches (RFC 7880).
-struct SRTE_EXPORT SbfdKey {
-    Wirex::IpGenAddr endpoint;
-    std::uint32_t color = 0;
-    SegmentListId segmentListId;
-
-    static SbfdKey of(PolicyKey const& policy, SegmentListId list) {
-        return {policy.endpoint, policy.color, list};
-    }
-    PolicyKey policyKey() const { return {endpoint, color}; }
-    /// "Value('SrTePolicy::Sbfd::SbfdKey', ** {'endpoint': ADDR, 'color': N, 'segmentListId': N})".
-    std::string stringValue() const;
-
-    friend auto operator<=>(SbfdKey const&, SbfdKey const&) = default;
-};
-
-}  // namespace Sbfd
 
 /// Whether each segment list can carry traffic. The two tables are watched apart, as one is written
 /// inside the other's notification.

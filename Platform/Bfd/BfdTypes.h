@@ -23,12 +23,31 @@ private:
 };
 
 /// Between control packets, in milliseconds (RFC 5880, 4.1). 0 leaves it to the global setting.
-using Interval = Number<struct IntervalTag>;
+using BfdInterval = Number<struct BfdIntervalTag>;
 /// How many packets may be lost before the session is down (RFC 5880, 4.1: detect mult). 0 leaves
 /// it to the global setting.
-using Multiplier = Number<struct MultiplierTag>;
+using BfdMultiplier = Number<struct BfdMultiplierTag>;
 /// Names a session at its reflector (RFC 7880, 4).
-using Discriminator = Number<struct DiscriminatorTag>;
+using BfdDiscriminator = Number<struct BfdDiscriminatorTag>;
+
+using Interval = BfdInterval;
+using Multiplier = BfdMultiplier;
+using Discriminator = BfdDiscriminator;
+
+/// How fast a session runs.
+struct Timers {
+    BfdInterval interval;
+    BfdMultiplier multiplier;
+
+    /// After how long a silent peer is down, in milliseconds (RFC 5880, 6.8.4).
+    constexpr std::uint64_t detectionTime() const {
+        return std::uint64_t{interval.value()} * multiplier.value();
+    }
+    friend constexpr auto operator<=>(Timers const&, Timers const&) = default;
+};
+
+/// The state of a session (RFC 5880, 4.1).
+enum class OperState : std::uint32_t { adminDown = 0, down = 1, init = 2, up = 3 };
 
 }  // namespace Bfd
 

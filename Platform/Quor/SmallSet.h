@@ -50,6 +50,19 @@ public:
         few_.clear();
     }
 
+    /// The first key not below `key`; false when there is none.
+    bool atOrAfter(K const& key, K& found) const {
+        if (many_) {
+            auto const row = many_->lowerBound(key);
+            if (row) found = row.key();
+            return static_cast<bool>(row);
+        }
+        auto const* const place = std::lower_bound(few_.begin(), few_.end(), key);
+        if (place == few_.end()) return false;
+        found = *place;
+        return true;
+    }
+
     /// In order. The set must not change meanwhile.
     template <class F>
     void forEach(F const& visit) const {
