@@ -100,7 +100,7 @@ void addListRows(Rows& rows, Agent::Tables const& tables, Agent::RunTables const
     }
     for (auto row = run.segmentListUsers->segmentListUser().begin(); row; row.next()) {
         rows.push_back(words("user of", names.list(row.key()), "is"));
-        for (auto const& id : row.value().policyId()) rows.back() += words("", id);
+        row.value().policyId().forEach([&rows](auto const& id) { rows.back() += words("", id); });
     }
     for (auto row = tables.segmentListStatus->status().begin(); row; row.next()) {
         rows.push_back(words("status of", names.list(row.key()), row.value()));
