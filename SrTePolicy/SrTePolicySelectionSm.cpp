@@ -90,7 +90,7 @@ void PolicySelectionSm::handleSegmentListStatusWithSbfd(Sbfd::SbfdKey const& sbf
     if (!initialized_) return;
 
     SRTE_TRACE(8, "Applying segmentList status change of SegmentList key: " << sbfdKey);
-    markUsers(sbfdKey.segmentListId);
+    markUsers(sbfdKey);
 }
 
 void PolicySelectionSm::handleStaticPolicy(PolicyKey const& key) {
@@ -132,6 +132,18 @@ void PolicySelectionSm::markUsers(SegmentListId segmentListId) {
     auto const* const user = segmentListIdToPolicyMap_->segmentListUser(segmentListId);
     if (!user) return;
     user->policyId().forEach([this](PolicyId const& id) { backlog_.markAndSchedule(id); });
+}
+
+// Other policies have a combined status of their own: a session that many share stays cheap.
+void PolicySelectionSm::markUsers(Sbfd::SbfdKey const& sbfdKey) {
+    auto const* const user = segmentListIdToPolicyMap_->segmentListUser(sbfdKey.segmentListId);
+    if (!user) return;
+    auto const key = sbfdKey.policyKey();
+    PolicyId id;
+    for (bool more = user->policyId().atOrAfter(PolicyId::lowest(key), id); more && id.key == key;
+         more = user->policyId().after(id, id)) {
+        backlog_.markAndSchedule(id);
+    }
 }
 
 void PolicySelectionSm::handleTaskRun() {

@@ -60,6 +60,7 @@ private:
 
     void markEveryCandidate();
     void markUsers(SegmentListId segmentListId);
+    void markUsers(Sbfd::SbfdKey const& sbfdKey);
 
     void processPolicyEntry(PolicyId const& policyId);
     static std::optional<Choice> choice(Policy const* policy);

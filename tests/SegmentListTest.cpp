@@ -193,6 +193,21 @@ TEST_F(SegmentListUserTest, UsersAreASetInOrder) {
     EXPECT_DEATH(users->policyIdIs(SegmentListId(9), policy(1)), "user");
 }
 
+TEST_F(SegmentListUserTest, EveryCandidateThatComesOrGoesIsTold) {
+    std::string uses;
+    Watch<SegmentListUse> const useWatch(users->useSubject(), [&](SegmentListUse const& use) {
+        uses += use.segmentListId.stringValue() + ":" + std::to_string(use.policyId.key.color) +
+                (users->hasPolicy(use.segmentListId, use.policyId.key) ? " " : "- ");
+    });
+    use(list({16}));
+    for (std::uint32_t color = 20; color > 0; --color) users->policyIdIs(first, policy(color));
+    EXPECT_EQ(users->policies(first).size(), 20u);
+    for (std::uint32_t color = 1; color <= 18; ++color) users->policyIdDel(first, policy(color));
+    uses.clear();
+    users->segmentListUserDel(first);
+    EXPECT_EQ(uses, "1:19- 1:20- ");
+}
+
 TEST_F(SegmentListUserTest, AllRowsGoOneByOneAndAListDiesAfterItsRow) {
     use(list({16}));
     use(list({17}));

@@ -50,17 +50,14 @@ public:
         few_.clear();
     }
 
-    /// The first key not below `key`; false when there is none.
+    /// The first key not below, or above, `key`; false when there is none.
     bool atOrAfter(K const& key, K& found) const {
-        if (many_) {
-            auto const row = many_->lowerBound(key);
-            if (row) found = row.key();
-            return static_cast<bool>(row);
-        }
-        auto const* const place = std::lower_bound(few_.begin(), few_.end(), key);
-        if (place == few_.end()) return false;
-        found = *place;
-        return true;
+        return many_ ? give(many_->lowerBound(key), found)
+                     : give(std::lower_bound(few_.begin(), few_.end(), key), found);
+    }
+    bool after(K const& key, K& found) const {
+        return many_ ? give(many_->upperBound(key), found)
+                     : give(std::upper_bound(few_.begin(), few_.end(), key), found);
     }
 
     /// In order. The set must not change meanwhile.
@@ -72,6 +69,15 @@ public:
     }
 
 private:
+    bool give(K const* place, K& found) const {
+        if (place == few_.end()) return false;
+        found = *place;
+        return true;
+    }
+    static bool give(typename OrderedSet<K>::Position const& row, K& found) {
+        if (row) found = row.key();
+        return static_cast<bool>(row);
+    }
     void spill() {
         many_ = std::make_unique<OrderedSet<K>>();
         for (auto const& key : few_) many_->tryEmplace(key);

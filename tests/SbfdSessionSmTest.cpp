@@ -1,0 +1,439 @@
+#include <map>
+
+#include "SrTePolicy/SrTePolicySbfdSessionSm.h"
+#include "tests/support/MachineTest.h"
+#include "tests/support/ModelTest.h"
+#include "tests/support/Routes.h"
+
+namespace {
+
+using namespace SrTePolicy;
+using Bfd::OperState;
+using Sbfd::SbfdKey;
+using Sbfd::SbfdParams;
+using testing::ElementsAre;
+
+PolicyKey const P = {address("192.0.2.5"), 100};
+PolicyKey const Q = {address("192.0.2.6"), 100};
+L3::VrfName const vrf("default");
+constexpr auto noError = SegmentListResolveError::noError;
+constexpr auto exceedsMsd = SegmentListResolveError::exceedsMsd;
+
+PolicyId candidate(PolicyKey const& key, std::uint32_t discriminator = 1) {
+    return {key, {Protocol::bgp, {}, 0, discriminator}};
+}
+SbfdKey sbfdKey(PolicyKey const& key, std::uint32_t list) {
+    return SbfdKey::of(key, SegmentListId(list));
+}
+SbfdParams pair(std::uint32_t interval, std::uint32_t multiplier) {
+    return {Bfd::BfdInterval(interval), Bfd::BfdMultiplier(multiplier)};
+}
+Bfd::Peer peer(std::uint32_t list, std::uint32_t discriminator) {
+    return {vrf, SegmentListId(list).getTunnelId(), Bfd::BfdDiscriminator(discriminator)};
+}
+
+/// The tables that S-BFD configuration, policy input, list resolution and BFD write are written by
+/// the test.
+class SbfdSessionSmTest : public RestartedTest {
+protected:
+    void create() {
+        sm = sbfdSessionSmFactory(sbfdConfig, vrf, "us", statusPeer, appConfig, appStatus, users,
+                                  status, global);
+    }
+    void start() {
+        create();
+        sm->handleInitialized();
+    }
+    void restart() override {
+        sm = nullptr;
+        start();
+    }
+
+    void configure(PolicyKey const& key, std::uint32_t list, SbfdParams const& params,
+                   std::uint32_t discriminator = 7) {
+        sbfdConfig->configIs({sbfdKey(key, list), Bfd::BfdDiscriminator(discriminator), params});
+    }
+    void unconfigure(PolicyKey const& key, std::uint32_t list) {
+        sbfdConfig->configDel(sbfdKey(key, list));
+    }
+    void use(std::uint32_t list, PolicyId const& id) {
+        SegmentListId const listId(list);
+        if (!users->segmentListUser(listId)) {
+            users->segmentListUserIs(listId, Quor::makePtr<SegmentList>(id, DistinguisherId()));
+        }
+        users->policyIdIs(listId, id);
+    }
+    void plain(std::uint32_t list, SegmentListResolveError error) {
+        status->statusIs(SegmentListId(list), error);
+    }
+    void report(std::uint32_t list, OperState state, std::uint32_t discriminator = 7) {
+        statusPeer->operStateIs(peer(list, discriminator), state);
+    }
+
+    static std::string name(SbfdKey const& key) {
+        return (key.policyKey() == P   ? "P"
+                : key.policyKey() == Q ? "Q"
+                                       : key.stringValue()) +
+               key.segmentListId.stringValue();
+    }
+    // The sessions as APP LIST@DISCRIMINATOR: INTERVALxMULTIPLIER, then the combined status.
+    std::string outputs() const override {
+        std::string text;
+        for (auto row = appConfig->session().begin(); row; row.next()) {
+            auto const& timers = row.value();
+            text += name(row.key()) + ":" + timers.interval.stringValue() + "x" +
+                    timers.multiplier.stringValue() + " ";
+        }
+        for (auto row = status->statusWithSbfd().begin(); row; row.next()) {
+            text += name(row.key()) + "=" + std::to_string(static_cast<int>(row.value())) + " ";
+        }
+        return text;
+    }
+    static std::string name(Bfd::AppPeer const& key) {
+        return std::string(key.app.stringValue()) + " " +
+               std::to_string(key.peer.tunnelId.index()) + "@" +
+               key.peer.remoteDiscriminator.stringValue();
+    }
+
+    Quor::Ptr<Sbfd::SbfdInputConfig> sbfdConfig = Sbfd::sbfdInputConfigFactory();
+    Quor::Ptr<Bfd::StatusPeer> statusPeer = Quor::makePtr<Bfd::StatusPeer>();
+    Quor::Ptr<Bfd::AppConfig> appConfig = Quor::makePtr<Bfd::AppConfig>();
+    Quor::Ptr<Bfd::AppStatus> appStatus = Quor::makePtr<Bfd::AppStatus>();
+    Quor::Ptr<SegmentListIdToPolicyMap> users = segmentListIdToPolicyMapFactory();
+    Quor::Ptr<SegmentListStatus> status = segmentListStatusFactory();
+    Quor::Ptr<Bfd::ConfigGlobal> global = Quor::makePtr<Bfd::ConfigGlobal>();
+    Quor::Ptr<SbfdSessionSm> sm;
+
+    // BFD: a session that goes takes its peer along.
+    Watch<Bfd::AppPeer> appWatch{appConfig->session(), [this](Bfd::AppPeer const& key) {
+                                     bool const present = appConfig->session().has(key);
+                                     if (!present) statusPeer->operStateDel(key.peer);
+                                     wrote(present, "", name(key));
+                                 }};
+    Watch<SbfdKey> watch{status->statusWithSbfd(), [this](SbfdKey const& key) {
+                             wrote(status->statusWithSbfd().has(key), "", name(key));
+                         }};
+};
+
+TEST_F(SbfdSessionSmTest, OnlyDownIsHeldAgainstAList) {
+    start();
+    use(1, candidate(P));
+    plain(1, noError);
+    configure(P, 1, pair(50, 3));
+    EXPECT_EQ(told(), "+P1; +us 1@7");
+    EXPECT_EQ(outputs(), "us 1@7:50x3 P1=1 ");
+    std::string const where = "tunnelId 13-1 peer:vrf default tunnel 13-1 discriminator 7 ";
+    std::tuple<OperState, char const*, char const*> const cases[] = {
+        {OperState::down, "down", "+P1"},
+        {OperState::adminDown, "adminDown", "+P1"},
+        {OperState::init, "init", ""},
+        {OperState::up, "up", ""},
+    };
+    TraceLines traces("SrTePolicySbfdSm", 1u << 8);
+    for (auto const& [state, shown, writes] : cases) {
+        report(1, state);
+        EXPECT_EQ(told(), writes) << shown;
+        EXPECT_THAT(traces.take(), ElementsAre(where + shown));
+        bool const down = state == OperState::down;
+        EXPECT_EQ(outputs(), down ? "us 1@7:50x3 P1=4 " : "us 1@7:50x3 P1=1 ") << shown;
+    }
+    report(1, OperState::down);
+    traces.take();
+    statusPeer->operStateDel(peer(1, 7));
+    EXPECT_THAT(traces.take(),
+                ElementsAre("no peerStatus. peer=vrf default tunnel 13-1 discriminator 7"));
+    EXPECT_EQ(told(), "+P1; +P1");
+
+    report(1, OperState::down);
+    plain(1, exceedsMsd);  // whatever the session does
+    EXPECT_EQ(outputs(), "us 1@7:50x3 P1=3 ");
+    status->statusDel(SegmentListId(1));
+    EXPECT_EQ(outputs(), "us 1@7:50x3 ");
+    plain(1, noError);
+    EXPECT_EQ(outputs(), "us 1@7:50x3 P1=4 ");
+    EXPECT_EQ(status->status(SegmentListId(1)), noError);
+}
+
+TEST_F(SbfdSessionSmTest, PeersOfOthersAreNotLookedAt) {
+    start();
+    configure(P, 1, pair(50, 3));
+    auto const invalid = static_cast<OperState>(4);
+    auto other = peer(1, 7);
+    other.vrf = L3::VrfName("red");
+    statusPeer->operStateIs(other, invalid);
+    other = peer(1, 7);
+    other.tunnelId =
+        Tunnel::TunnelTable::TunnelId((std::uint64_t{13} << 44) + 1 + (std::uint64_t{1} << 32));
+    statusPeer->operStateIs(other, invalid);
+    other.tunnelId = Tunnel::TunnelTable::TunnelId((std::uint64_t{12} << 44) + 1);
+    TraceLines traces("SrTePolicySbfdSm");
+    statusPeer->operStateIs(other, invalid);
+    report(1, invalid, 8);
+    EXPECT_THAT(
+        traces.take(),
+        ElementsAre("sbfdSessionToSbfdStatus no key=vrf default tunnel 12-1 discriminator 7",
+                    "sbfdSessionToSbfdStatus no key=vrf default tunnel 13-1 discriminator 8"));
+    EXPECT_DEATH(report(1, invalid), "invalid bfd operstate");
+    EXPECT_DEATH(configure(Q, 1, pair(50, 3), 8), "invalid bfd operstate");
+}
+
+TEST_F(SbfdSessionSmTest, AListHasACombinedStatusWhileItIsUsedOrConfigured) {
+    start();
+    plain(1, noError);
+    EXPECT_EQ(told(), "");
+    use(1, candidate(P));
+    use(1, candidate(P, 2));
+    use(1, candidate(Q));
+    plain(1, exceedsMsd);
+    EXPECT_EQ(told(), "+P1; +Q1; +P1; +Q1");
+    users->policyIdDel(SegmentListId(1), candidate(P));
+    users->policyIdDel(SegmentListId(1), candidate(Q));
+    EXPECT_EQ(told(), "-Q1");
+    configure(P, 1, pair(50, 3));
+    users->segmentListUserDelAll();
+    EXPECT_EQ(told(), "+us 1@7");
+    plain(1, noError);
+    EXPECT_EQ(told(), "+P1");
+    unconfigure(P, 1);
+    EXPECT_EQ(told(), "-us 1@7; -P1");
+}
+
+TEST_F(SbfdSessionSmTest, SettingsRemovedWhileDownFreeTheList) {
+    start();
+    use(1, candidate(P));
+    plain(1, noError);
+    configure(P, 1, pair(50, 3));
+    report(1, OperState::down);
+    EXPECT_EQ(sm->sbfdSessionStatus(sbfdKey(P, 1))->valid, false);
+    takeLog();
+    TraceLines traces("SrTePolicySbfdSm", 1u << 7);
+    unconfigure(P, 1);
+    EXPECT_EQ(told(), "-us 1@7; +P1");
+    EXPECT_EQ(outputs(), "P1=1 ");
+    auto const key = sbfdKey(P, 1).stringValue();
+    auto const session =
+        Sbfd::SbfdSessionKey{SegmentListId(1), Bfd::BfdDiscriminator(7)}.stringValue();
+    EXPECT_THAT(traces.take(), ElementsAre("delete user=" + key + " sskey=" + session,
+                                           "delete sbfdSessConfig:" + session,
+                                           "set statusWithSbfd " + key + ": 1"));
+    EXPECT_EQ(sm->sbfdSessionStatus(sbfdKey(P, 1)), std::nullopt);
+}
+
+TEST_F(SbfdSessionSmTest, PoliciesShareASessionAtTheFastestPair) {
+    start();
+    plain(1, noError);
+    configure(P, 1, pair(50, 3));
+    configure(Q, 1, pair(60, 3));
+    EXPECT_EQ(told(), "+us 1@7; +P1; +Q1");
+    configure(Q, 1, pair(40, 3));
+    EXPECT_EQ(outputs(), "us 1@7:40x3 P1=1 Q1=1 ");
+    EXPECT_EQ(sm->sbfdSessionConfig(sbfdKey(P, 1))->params, pair(40, 3));
+    report(1, OperState::down);
+    EXPECT_EQ(told(), "+us 1@7; +Q1; +P1");  // whoever asks for the fastest first
+    EXPECT_EQ(dumpOf(*sm, 0), " sbfdkey:" + sbfdKey(P, 1).stringValue() +
+                                  " => RD:7\n sbfdkey:" + sbfdKey(Q, 1).stringValue() +
+                                  " => RD:7\n sessions #1 \n"
+                                  "  Value('SrTePolicy::Sbfd::SbfdSessionKey', ** "
+                                  "{'segmentListId': 1, 'remoteDiscriminator': 7}) params: " +
+                                  pair(40, 3).stringValue() + " valid: 0\n    " +
+                                  sbfdKey(Q, 1).stringValue() + "\n    " +
+                                  sbfdKey(P, 1).stringValue() + "\n");
+    restart();  // nobody is written slower first
+    EXPECT_EQ(told(), "");
+    unconfigure(Q, 1);  // slower again; Q has no user, and P stays down
+    EXPECT_EQ(told(), "+us 1@7; -Q1");
+    EXPECT_EQ(outputs(), "us 1@7:50x3 P1=4 ");
+    configure(Q, 1, pair(40, 3), 8);  // another reflector: a session of its own
+    EXPECT_EQ(outputs(), "us 1@7:50x3 us 1@8:40x3 P1=4 Q1=1 ");
+}
+
+TEST_F(SbfdSessionSmTest, AnotherRemoteDiscriminatorIsOneWriteOfTheStatus) {
+    start();
+    use(1, candidate(P));
+    plain(1, noError);
+    configure(P, 1, pair(50, 3), 7);
+    report(1, OperState::down, 7);
+    report(1, OperState::down, 8);
+    takeLog();
+    TraceLines traces("SrTePolicySbfdSm");
+    configure(P, 1, pair(50, 3), 8);
+    EXPECT_EQ(told(), "-us 1@7; +us 1@8");
+    auto const key = sbfdKey(P, 1).stringValue();
+    auto const session = [](std::uint32_t discriminator) {
+        return Sbfd::SbfdSessionKey{SegmentListId(1), Bfd::BfdDiscriminator(discriminator)}
+            .stringValue();
+    };
+    EXPECT_THAT(
+        traces.take(),
+        ElementsAre(
+            "handleSbfdInputConfig: " + key, "delete user=" + key + " sskey=" + session(7),
+            "delete sbfdSessConfig:" + session(7),
+            "sbfdSessionToSbfdStatus no key=vrf default tunnel 13-1 discriminator 7",
+            "add user=" + key + " sskey=" + session(8),
+            "tunnelId 13-1 peer:vrf default tunnel 13-1 discriminator 8 down",
+            "init SegmentListSbfdSessionStatus Value('SrTePolicy::Sbfd::"
+            "SegmentListSbfdSessionStatus', ** {'sbfdKey': " +
+                key + ", 'valid': False})",
+            "update sbfdSessConfig:" + session(8) + " params: " + pair(50, 3).stringValue()));
+    configure(P, 1, pair(50, 3), 9);
+    EXPECT_EQ(told(), "-us 1@8; +us 1@9; +P1");
+}
+
+TEST_F(SbfdSessionSmTest, GlobalSettingsReachThoseThatLackTheirOwn) {
+    start();
+    configure(P, 1, pair(0, 0));
+    configure(P, 2, pair(50, 0));
+    configure(P, 3, pair(50, 3));
+    EXPECT_EQ(outputs(), "us 1@7:0x0 us 2@7:50x0 us 3@7:50x3 ");
+    takeLog();
+    global->timers.valueIs({Bfd::BfdInterval(300), Bfd::BfdMultiplier(5)});
+    EXPECT_EQ(outputs(), "us 1@7:300x5 us 2@7:50x5 us 3@7:50x3 ");
+    EXPECT_EQ(told(), "+us 1@7; +us 2@7");
+    configure(P, 1, pair(20, 1));
+    takeLog();
+    global->timers.valueIs({Bfd::BfdInterval(300), Bfd::BfdMultiplier(6)});
+    EXPECT_EQ(told(), "+us 2@7");
+}
+
+// A user that comes or goes costs no write and no walk over the others.
+TEST_F(SbfdSessionSmTest, ThousandsJoinAndLeaveOneSession) {
+    start();
+    plain(1, noError);
+    constexpr std::uint32_t count = 2000;
+    auto const policy = [](std::uint32_t color) { return PolicyKey{P.endpoint, color}; };
+    for (std::uint32_t i = 1; i <= count; ++i) configure(policy(i), 1, pair(10000 - i, 1));
+    EXPECT_EQ(takeLog().size(), 2 * count);  // each is the fastest now
+    for (std::uint32_t i = 1; i < count; ++i) unconfigure(policy(i), 1);
+    EXPECT_EQ(takeLog().size(), count - 1);
+    EXPECT_EQ(outputs().substr(0, 20), "us 1@7:8000x1 Value(");
+}
+
+TEST_F(SbfdSessionSmTest, ARestartSweepsWhatIsOursAndRewritesInPlace) {
+    auto foreign = Bfd::AppPeer{Bfd::AppName("them"), peer(9, 9)};
+    auto ours = Bfd::AppPeer{Bfd::AppName("us"), peer(9, 9)};
+    ours.peer.vrf = L3::VrfName("red");
+    appConfig->sessionIs(foreign, {});
+    appConfig->sessionIs(ours, {});
+    start();
+    for (std::uint32_t list = 1; list <= 4; ++list) {
+        plain(list, noError);
+        use(list, candidate(P));
+        if (list < 4) configure(P, list, pair(50, 3));
+    }
+    report(2, OperState::down);
+    EXPECT_EQ(outputs(), "them 9@9:0x0 us 1@7:50x3 us 2@7:50x3 us 3@7:50x3 P1=1 P2=4 P3=1 P4=1 ");
+    sm = nullptr;
+    report(1, OperState::down);
+    report(2, OperState::up);
+    configure(P, 2, pair(60, 3));
+    unconfigure(P, 3);
+    users->segmentListUserDel(SegmentListId(4));
+    takeLog();
+    start();
+    EXPECT_EQ(told(), "-P4; -us 3@7; +us 2@7; +P1; +P2");
+    EXPECT_EQ(outputs(), "them 9@9:0x0 us 1@7:50x3 us 2@7:60x3 P1=4 P2=1 P3=1 ");
+}
+
+TEST_F(SbfdSessionSmTest, NothingBeforeTheStartAndAfterTheStop) {
+    create();
+    auto const everything = [this](std::uint32_t list) {
+        use(list, candidate(P));
+        plain(list, noError);
+        configure(P, list, pair(50, 3));
+        report(list, OperState::down);
+        global->timers.valueIs({Bfd::BfdInterval(list), Bfd::BfdMultiplier(1)});
+    };
+    everything(1);
+    EXPECT_EQ(told(), "");
+    sm->handleInitialized();
+    EXPECT_EQ(told(), "+us 1@7; +P1");
+    sm->handleDel();
+    EXPECT_EQ(told(), "-us 1@7; -P1");
+    everything(2);
+    EXPECT_EQ(told(), "");
+    restartsHitless = false;
+}
+
+/// Every combination of configuration, users, plain status and peers, reached in every order.
+class SbfdSessionModelTest : public ModelTest<SbfdSessionSmTest> {
+protected:
+    static constexpr std::uint32_t listCount = 3;
+
+    void randomStep() {
+        auto const list = 1 + random(listCount);
+        auto const& policy = random(2) ? P : Q;
+        auto const discriminator = 7 + random(2);
+        switch (random(9)) {
+            case 0: unconfigure(policy, list); break;
+            case 1:
+            case 2: configure(policy, list, pair(random(4), random(3)), discriminator); break;
+            case 3: use(list, candidate(policy, random(2))); break;
+            case 4: users->policyIdDel(SegmentListId(list), candidate(policy, random(2))); break;
+            case 5: plain(list, random(4) ? noError : exceedsMsd); break;
+            case 6: status->statusDel(SegmentListId(list)); break;
+            case 7: report(list, static_cast<OperState>(random(4)), discriminator); break;
+            case 8: global->timers.valueIs(pair(random(3), random(3)).timers()); break;
+        }
+    }
+    std::string expected() const {
+        std::map<std::pair<std::uint32_t, std::uint32_t>, std::vector<SbfdParams>> asked;
+        std::string combined;
+        for (auto const& policy : {P, Q}) {
+            for (std::uint32_t list = 1; list <= listCount; ++list) {
+                auto const config = sbfdConfig->config(sbfdKey(policy, list));
+                auto const state = status->status(SegmentListId(list));
+                auto value = state ? static_cast<int>(*state) : 0;
+                if (config) {
+                    auto const discriminator = config->remoteDiscriminator.value();
+                    asked[{list, discriminator}].push_back(config->sbfdParams);
+                    auto const* const seen = statusPeer->operState(peer(list, discriminator));
+                    if (value == 1 && seen && *seen == OperState::down) value = 4;
+                }
+                bool const used = users->segmentListUser(SegmentListId(list)) &&
+                                  users->hasPolicy(SegmentListId(list), policy);
+                if (value && (used || config)) {
+                    combined += name(sbfdKey(policy, list)) + "=" + std::to_string(value) + " ";
+                }
+            }
+        }
+        std::string text;
+        for (auto const& [session, pairs] : asked) {
+            auto const& [interval, multiplier] = fastest(pairs);
+            text += "us " + std::to_string(session.first) + "@" + std::to_string(session.second) +
+                    ":" + interval.stringValue() + "x" + multiplier.stringValue() + " ";
+        }
+        return text + combined;
+    }
+    SbfdParams fastest(std::vector<SbfdParams> const& pairs) const {
+        auto const& [interval, multiplier] = global->timers();
+        std::map<std::tuple<bool, std::uint64_t, Bfd::BfdInterval>, SbfdParams> ranked;
+        for (auto asked : pairs) {
+            if (asked.sbfdInterval.value() == 0) {
+                asked = {interval, multiplier};
+            } else if (asked.sbfdMulti.value() == 0) {
+                asked.sbfdMulti = multiplier;
+            }
+            std::uint64_t const product =
+                std::uint64_t{asked.sbfdInterval.value()} * asked.sbfdMulti.value();
+            ranked.insert({{product == 0, product, asked.sbfdInterval}, asked});
+        }
+        return ranked.begin()->second;
+    }
+};
+
+TEST_P(SbfdSessionModelTest, TheOutputsAreAFunctionOfTheInputs) {
+    start();
+    for (int step = 0; step < 400; ++step) {
+        if (random(20) == 0) {
+            sm = nullptr;
+            for (auto n = random(5); n > 0; --n) randomStep();
+            start();
+        }
+        randomStep();
+        ASSERT_EQ(outputs(), expected()) << "step " << step;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, SbfdSessionModelTest, testing::Range(0u, 20u));
+
+}  // namespace
