@@ -23,7 +23,7 @@ namespace Agent {
 namespace {
 
 /// Known to the file format, without anything behind them so far.
-constexpr std::array<std::string_view, 3> unbuiltWords{"sbfd", "gribi", "tunnel-map"};
+constexpr std::array<std::string_view, 2> unbuiltWords{"sbfd", "gribi"};
 
 std::string readText(std::istream& input, std::string const& fileName) {
     std::ostringstream text;

@@ -43,6 +43,16 @@ PolicyRecord const* FilePolicies::policy(PolicyKey const& key) const {
     return found == policies_.end() ? nullptr : found->second.record;
 }
 
+std::optional<FileList> FilePolicies::list(ListName const& name) const {
+    auto const* const record = policy(name.policy);
+    auto const* const candidate = record ? record->candidate(name.candidate) : nullptr;
+    if (!candidate) return std::nullopt;
+    auto const& names = candidate->listNames;
+    auto const found = std::find(names.begin(), names.end(), name.list);
+    if (found == names.end()) return std::nullopt;
+    return FileList{candidate, static_cast<std::size_t>(found - names.begin())};
+}
+
 std::vector<CandidateRecord const*> FilePolicies::seenCandidates(PolicyKey const& key) const {
     auto const found = policies_.find(key);
     if (found == policies_.end()) return {};

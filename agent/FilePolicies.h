@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -8,6 +9,14 @@
 #include "agent/Scenario.h"
 
 namespace Agent {
+
+/// A list of the file.
+struct FileList {
+    CandidateRecord const* candidate = nullptr;
+    std::size_t place = 0;  ///< in the candidate
+
+    Wirex::BoundedMplsLabelStack const& labels() const { return candidate->labels(place); }
+};
 
 /// The names that the file gives to policies, candidates and lists: as the file is now, and as the
 /// machines last saw it. The two differ while the input machine has to wait.
@@ -26,6 +35,8 @@ public:
     /// The policies of the file, in the order in which it first names them.
     std::vector<PolicyRecord const*> present() const;
     PolicyRecord const* policy(PolicyKey const& key) const;
+    /// Nothing when the file does not have the list now.
+    std::optional<FileList> list(ListName const& name) const;
     /// The candidates of a policy as the machines last saw them, in the order of the file.
     std::vector<CandidateRecord const*> seenCandidates(PolicyKey const& key) const;
     /// One of them, or null.

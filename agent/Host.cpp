@@ -30,8 +30,7 @@ Host::Host(Scenario const& scenario)
 Host::~Host() = default;
 
 void Host::begin() {
-    writer_.write(scenario_.initial);
-    filePolicies_.take(scenario_.initial);
+    write(scenario_.initial);
     start();
     settle();
 }
@@ -39,8 +38,7 @@ void Host::begin() {
 void Host::apply(Step const& event) {
     bool const wasRunning = machines_ != nullptr;
     if (event.life == Life::restart) machines_ = nullptr;
-    writer_.write(event);
-    filePolicies_.take(event);
+    write(event);
     if (event.clog) tables_.fieldlog->outputCloggedIs(*event.clog);
     switch (event.life) {
         case Life::restart:
@@ -55,6 +53,13 @@ void Host::apply(Step const& event) {
         case Life::unchanged: break;
     }
     settle();
+}
+
+// The other agents on the router know the file as it is after the step.
+void Host::write(Step const& step) {
+    filePolicies_.take(step);
+    writer_.write(step);
+    trafficCounters_.take(step);
 }
 
 void Host::start() {

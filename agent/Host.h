@@ -11,6 +11,7 @@
 #include "agent/Scenario.h"
 #include "agent/SyslogRecords.h"
 #include "agent/Tables.h"
+#include "agent/TrafficCounters.h"
 #include "agent/Writer.h"
 
 namespace Agent {
@@ -51,6 +52,7 @@ private:
         Keel::VirtualClock clock;
     };
 
+    void write(Step const& step);
     void start();
     void stop();
     void settle();
@@ -63,6 +65,7 @@ private:
     Tables const tables_;
     Writer const writer_{tables_};
     FilePolicies filePolicies_;
+    TrafficCounters trafficCounters_{tables_, filePolicies_};
     std::unique_ptr<Machines> machines_;
     Time now_{0};
 };

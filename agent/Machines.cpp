@@ -31,6 +31,8 @@ Machines::Machines(Tables const& tables, Quor::Ptr<Keel::TaskScheduler> const& s
         policyPublishSmFactory(policyFecIds, tables.ecPolicy, scheduler, tables.policyStatus,
                                tables.forwarding, tables.policyTunnels, tables.config);
     lfibGenSm_ = srTePolicyLfibGenSmFactory(tables.policyStatus, tables.bindingSidLfib);
+    tunnelMapSm_ = tunnelMapExportSmFactory(tables.selectionInput, run_.policyKeyToIdMap,
+                                            tables.tunnelMap, tables.tunnelCounters, scheduler);
 }
 
 // A crash. Nothing is withdrawn: who watches the lists goes before whoever keeps them alive, so
@@ -42,6 +44,7 @@ Machines::~Machines() {
     selectionSm_ = nullptr;
     publishSm_ = nullptr;
     lfibGenSm_ = nullptr;
+    tunnelMapSm_ = nullptr;
     run_.segmentListUsers = nullptr;
     survivingLists_.clear();
     run_.coreDedupTables = nullptr;
@@ -53,8 +56,7 @@ std::vector<Machines::StartStep> const& Machines::startSteps() {
         // Here starts gRIBI's root, whose next hops are segment lists as well.
         &Machines::startInput,
         // Here start the S-BFD machines, which selection asks about lists.
-        &Machines::startSelection, &Machines::startPublishing,
-        // Here starts the export of the tunnel map.
+        &Machines::startSelection, &Machines::startPublishing, &Machines::startTunnelMap,
         &Machines::dropUnclaimedLists};
     return steps;
 }
@@ -72,7 +74,7 @@ bool Machines::started() const {
 
 bool Machines::drained() const {
     return segmentListSm_->drained() && inputSm_->drained() && selectionSm_->drained() &&
-           publishSm_->drained();
+           publishSm_->drained() && tunnelMapSm_->drained();
 }
 
 bool Machines::inputSettled() const {
@@ -107,6 +109,10 @@ void Machines::startPublishing() {
     publishSm_->handleInitialized();
 }
 
+void Machines::startTunnelMap() {
+    tunnelMapSm_->handleInitialized();
+}
+
 // Lists that nobody claimed die, now that nothing points at them any more.
 void Machines::dropUnclaimedLists() {
     survivingLists_.clear();
@@ -119,7 +125,8 @@ void Machines::stop() {
     Mpls::LfibWriter(tables_.bindingSidLfib).lfibRouteDelAll();
     publishSm_->handleDel();
     clearPublishOutputs(tables_);
-    // Here ends the export of the tunnel map.
+    tunnelMapSm_->handleDel();
+    tables_.tunnelMap->entryDelAll();
     selectionSm_->handleDel();
     tables_.ecPolicy->policyDelAll();
     // Here end the S-BFD machines, sessions first, and then gRIBI's root.

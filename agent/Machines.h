@@ -11,6 +11,7 @@
 #include "SrTePolicy/SrTePolicySegmentListSm.h"
 #include "SrTePolicy/SrTePolicySegmentSm.h"
 #include "SrTePolicy/SrTePolicySelectionSm.h"
+#include "SrTePolicy/SrTePolicyTunnelMapExportSm.h"
 #include "SrTeTypes/PolicyKeyToIdMap.h"
 #include "agent/Tables.h"
 
@@ -55,6 +56,7 @@ public:
     SrTePolicy::PolicySelectionSm const& selectionSm() const { return *selectionSm_; }
     SrTePolicy::PolicyPublishSm const& publishSm() const { return *publishSm_; }
     SrTePolicy::SrTePolicyLfibGenSm const& lfibGenSm() const { return *lfibGenSm_; }
+    SrTePolicy::TunnelMapExportSm const& tunnelMapSm() const { return *tunnelMapSm_; }
 
 private:
     using StartStep = void (Machines::*)();
@@ -66,6 +68,7 @@ private:
     void startInput();
     void startSelection();
     void startPublishing();
+    void startTunnelMap();
     void dropUnclaimedLists();
 
     bool drained() const;
@@ -82,6 +85,7 @@ private:
     Quor::Ptr<SrTePolicy::PolicySelectionSm> selectionSm_;
     Quor::Ptr<SrTePolicy::PolicyPublishSm> publishSm_;
     Quor::Ptr<SrTePolicy::SrTePolicyLfibGenSm> lfibGenSm_;
+    Quor::Ptr<SrTePolicy::TunnelMapExportSm> tunnelMapSm_;
 };
 
 }  // namespace Agent

@@ -114,18 +114,11 @@ bool contains(std::vector<std::string> const& names, std::string const& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-CandidateRecord const* candidateNamed(PolicyRecord const& policy, std::string const& name) {
-    for (auto const& candidate : policy.candidates) {
-        if (candidate.name == name) return &candidate;
-    }
-    return nullptr;
-}
-
 std::vector<std::size_t> placesOf(std::vector<std::string> const& named,
                                   PolicyRecord const& record) {
     std::vector<std::size_t> places;
     for (auto const& name : named) {
-        auto const* const found = candidateNamed(record, name);
+        auto const* const found = record.candidate(name);
         if (found) places.push_back(static_cast<std::size_t>(found - record.candidates.data()));
     }
     return places;
@@ -171,11 +164,18 @@ PolicyRecord PolicyRecords::record(PolicyKey const& key, Node const& policy,
         refuseListsWithoutLabels(member.value, findings_);
         if (!isSound(member.value)) continue;
         auto const* const before =
-            contains(named, member.key) ? nullptr : candidateNamed(present_[key], member.key);
+            contains(named, member.key) ? nullptr : present_[key].candidate(member.key);
         record.candidates.push_back(before ? *before : candidateRecord(key, member, number));
     }
     refuseEqualIdentities(*candidates, findings_);
     return record;
+}
+
+CandidateRecord const* PolicyRecord::candidate(std::string const& name) const {
+    for (auto const& each : candidates) {
+        if (each.name == name) return &each;
+    }
+    return nullptr;
 }
 
 }  // namespace Agent

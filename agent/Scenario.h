@@ -69,6 +69,10 @@ struct CandidateRecord {
     std::vector<std::string> listNames;  ///< of `entry.segmentList`, place by place
 
     SrTePolicy::PolicyId const& id() const { return entry.policyId; }
+    /// The labels of list number `place`, top first.
+    Wirex::BoundedMplsLabelStack const& labels(std::size_t place) const {
+        return entry.segmentList[place].labels.stack;
+    }
 };
 
 /// A policy of the file. Candidates and their lists are in the order in which the file first names
@@ -78,6 +82,8 @@ struct PolicyRecord {
     std::vector<CandidateRecord> candidates;
 
     SrTePolicy::PolicyKey const& key() const { return settings.key; }
+    /// Null when there is none of that name.
+    CandidateRecord const* candidate(std::string const& name) const;
 };
 
 /// A policy that an event names, whole as it is afterwards.

@@ -123,17 +123,14 @@ using Pattern = std::vector<std::string>;
 std::vector<Pattern> unbuiltParts() {
     return {
         {"bfd"},
-        {"counters"},
         {"gribi"},
         {"policies", "*", "sbfd"},
         {"events", "*", "bfd"},
-        {"events", "*", "counters"},
         {"events", "*", "gribi"},
         {"events", "*", "policies", "*", "sbfd"},
         {"events", "*", "sbfd-session"},
         {"expect", "*", "gribi"},
         {"expect", "*", "sbfd"},
-        {"expect", "*", "tunnel-map"},
     };
 }
 

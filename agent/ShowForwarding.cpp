@@ -1,5 +1,8 @@
 #include "agent/ShowForwarding.h"
 
+#include <algorithm>
+#include <map>
+
 #include "agent/ScenarioValues.h"
 
 namespace Agent {
@@ -95,6 +98,15 @@ void showTiLfaTunnels(Host const& host, Rows& rows) {
     }
 }
 
+/// Whether the tunnel's list is one of its candidate's.
+bool isUsed(TunnelId tunnelId, SurvivingTables const& tables) {
+    SrTePolicy::SegmentListId const id(static_cast<std::uint32_t>(tunnelId.index()));
+    auto const* const list = tables.exportedLists->segmentList(id);
+    auto const* const entry = list ? tables.selectionInput->policyIdEntry(list->policyId) : nullptr;
+    return entry && std::any_of(entry->wSegmentList.begin(), entry->wSegmentList.end(),
+                                [&](auto const& each) { return each.segmentListId == id; });
+}
+
 }  // namespace
 
 Json viaJson(Host const& host, Wirex::IpGenAddr const& nextHop, Wirex::IntfId const& intf,
@@ -142,6 +154,24 @@ void showTunnels(Host const& host, Rows& rows) {
         if (list) tunnel["policy"] = policyKeyText(list->policyId.key);
         tunnel["vias"] = viasJson(host, row.value().vias());
         rows.add(key, tunnel);
+    }
+}
+
+void showTunnelMap(Host const& host, Rows& rows) {
+    struct Tunnels {
+        std::size_t all = 0;
+        std::size_t waiting = 0;
+    };
+    std::map<SrTePolicy::PolicyKey, Tunnels> policies;
+    for (auto row = host.tables().tunnelMap->entry().begin(); row; row.next()) {
+        auto& tunnels = policies[row.value().policyKey];
+        ++tunnels.all;
+        if (!isUsed(row.key(), host.tables())) ++tunnels.waiting;
+    }
+    for (auto const& [policy, tunnels] : policies) {
+        auto const key = policyKeyText(policy);
+        if (!rows.wants(key)) continue;
+        rows.add(key, {{"tunnels", tunnels.all}, {"waiting", tunnels.waiting}});
     }
 }
 

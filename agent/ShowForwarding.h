@@ -12,6 +12,8 @@ void showLfib(Host const& host, Rows& rows);
 void showFecs(Host const& host, Rows& rows);
 /// TI-LFA tunnels, then those of segment lists, by tunnel id.
 void showTunnels(Host const& host, Rows& rows);
+/// How many tunnels are told to be each policy's, and how many of them nobody uses any more.
+void showTunnelMap(Host const& host, Rows& rows);
 /// The policies that routes of their color may resolve over.
 void showColoredRib(Host const& host, Rows& rows);
 

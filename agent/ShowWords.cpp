@@ -89,6 +89,10 @@ void dumpLfib(Machines const& machines, Keel::DumpContext& context) {
     machines.lfibGenSm().dumpState(context, 0);
 }
 
+void dumpTunnelMap(Machines const& machines, Keel::DumpContext& context) {
+    machines.tunnelMapSm().dumpState(context, 0);
+}
+
 constexpr char policyForm[] = "COLOR ENDPOINT, such as \"100 192.0.2.5\"";
 constexpr char labelForm[] = "a label from 0 to 1048575";
 
@@ -106,6 +110,7 @@ std::vector<ShowWord> const& showWords() {
         {"tunnel", tunnelKey, "a tunnel as TYPE-INDEX, such as 13-1", showTunnels,
          dumpSegmentLists},
         {"colored-rib", policyKey, policyForm, showColoredRib, dumpPublishing},
+        {"tunnel-map", policyKey, policyForm, showTunnelMap, dumpTunnelMap},
         {"syslog", anyKey, "the identifier of a message", showSyslog, nullptr}};
     return words;
 }

@@ -24,6 +24,17 @@ private:
     SegmentListId largest_;
 };
 
+void includeLists(Largest& largest, SurvivingTables const& tables) {
+    auto const& status = *tables.segmentListStatus;
+    for (auto row = tables.exportedLists->segmentList().begin(); row; row.next()) {
+        largest.include(row.key());
+    }
+    for (auto row = status.status().begin(); row; row.next()) largest.include(row.key());
+    for (auto row = status.statusWithSbfd().begin(); row; row.next()) {
+        largest.include(row.key().segmentListId);
+    }
+}
+
 void includePolicies(Largest& largest, SurvivingTables const& tables) {
     for (auto row = tables.selectionInput->policyIdEntry().begin(); row; row.next()) {
         for (auto const& list : row.value().wSegmentList) largest.include(list.segmentListId);
@@ -33,28 +44,46 @@ void includePolicies(Largest& largest, SurvivingTables const& tables) {
             for (auto const& tunnel : candidate.wTunnelId) largest.include(tunnel.tunnelId);
         }
     }
+}
+
+void includeTunnels(Largest& largest, Tables const& tables) {
+    for (auto row = tables.segmentListTunnels->entry().begin(); row; row.next()) {
+        largest.include(row.key());
+    }
     for (auto row = tables.forwarding->fec().begin(); row; row.next()) {
         for (auto const& via : row.value().vias()) largest.include(via.tunnelId());
     }
+    for (auto row = tables.tunnelMap->entry().begin(); row; row.next()) largest.include(row.key());
+    auto const& counters = tables.tunnelCounters->tunnelCounter();
+    for (auto row = counters.begin(); row; row.next()) largest.include(row.key());
 }
 
 }  // namespace
 
-SegmentListId largestSegmentListId(SurvivingTables const& tables) {
+SegmentListId largestSegmentListId(Tables const& tables) {
     Largest largest;
-    auto const& status = *tables.segmentListStatus;
-    for (auto row = tables.exportedLists->segmentList().begin(); row; row.next()) {
-        largest.include(row.key());
-    }
-    for (auto row = status.status().begin(); row; row.next()) largest.include(row.key());
-    for (auto row = status.statusWithSbfd().begin(); row; row.next()) {
-        largest.include(row.key().segmentListId);
-    }
-    for (auto row = tables.segmentListTunnels->entry().begin(); row; row.next()) {
-        largest.include(row.key());
-    }
+    includeLists(largest, tables);
     includePolicies(largest, tables);
+    includeTunnels(largest, tables);
     return largest.value();
+}
+
+std::optional<SegmentListId> segmentListId(SurvivingTables const& tables,
+                                           SrTePolicy::PolicyId const& candidate,
+                                           Wirex::BoundedMplsLabelStack const& labels) {
+    auto const* const entry = tables.selectionInput->policyIdEntry(candidate);
+    if (!entry) return std::nullopt;
+    for (auto const& [id, weight] : entry->wSegmentList) {
+        auto const* const list = tables.exportedLists->segmentList(id);
+        if (list && labelsOf(*list) == labels) return id;
+    }
+    return std::nullopt;
+}
+
+Wirex::BoundedMplsLabelStack labelsOf(SrTePolicy::Export::SegmentList const& list) {
+    Wirex::BoundedMplsLabelStack labels;
+    for (std::uint32_t i = 0; i < list.size; ++i) labels.append(list.segment[i]);
+    return labels;
 }
 
 void clearPublishOutputs(SurvivingTables const& tables) {

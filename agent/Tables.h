@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "Platform/Keel/FieldlogSm.h"
 #include "Platform/Mpls/Config.h"
@@ -8,6 +9,7 @@
 #include "Platform/Mpls/LfibStatus.h"
 #include "Platform/Pooltab/ForwardingStatus.h"
 #include "Platform/Routing/HardwareStatus.h"
+#include "Platform/Tunnel/CounterTable.h"
 #include "Platform/Tunnel/SrTePolicyTunnelTable.h"
 #include "Platform/Tunnel/SrTeSegmentListTunnelTable.h"
 #include "Platform/Tunnel/TiLfaTunnelTable.h"
@@ -19,6 +21,7 @@
 #include "SrTeTypes/PolicySelectionInput.h"
 #include "SrTeTypes/PolicyStatus.h"
 #include "SrTeTypes/SegmentListStatus.h"
+#include "SrTeTypes/TunnelIdToPolicyKey.h"
 
 namespace Agent {
 
@@ -35,6 +38,7 @@ struct Inputs {
     Quor::Ptr<Routing::Hardware::Status> const hardware =
         Quor::makePtr<Routing::Hardware::Status>();
     Quor::Ptr<Keel::FieldlogSm> const fieldlog = Quor::makePtr<Keel::FieldlogSm>();
+    Quor::Ptr<Tunnel::CounterTable> const tunnelCounters = Quor::makePtr<Tunnel::CounterTable>();
 };
 
 /// What the machines write and what outlives them: forwarding goes on while the agent is away.
@@ -54,6 +58,8 @@ struct SurvivingTables {
     Quor::Ptr<Tunnel::TunnelTable::SrTePolicyTunnelTable> const policyTunnels =
         Quor::makePtr<Tunnel::TunnelTable::SrTePolicyTunnelTable>();
     Quor::Ptr<Mpls::LfibStatus> const bindingSidLfib = Quor::makePtr<Mpls::LfibStatus>();
+    Quor::Ptr<SrTePolicy::TunnelIdToPolicyKey> const tunnelMap =
+        SrTePolicy::tunnelIdToPolicyKeyFactory();
     Quor::Ptr<Mpls::LfibStatus> const gribiLfib = Quor::makePtr<Mpls::LfibStatus>();
 };
 
@@ -73,9 +79,16 @@ inline constexpr SrTePolicy::FecIdRange policyFecIds{Pooltab::Fib::FecId(0x10000
 inline constexpr SrTePolicy::FecIdRange gribiFecIds{Pooltab::Fib::FecId(0x200000000),
                                                     Pooltab::Fib::FecId(0x2ffffffff)};
 
-/// The largest identity of a segment list that any surviving table names; 0 when none does. A new
-/// run of the agent hands out only larger ones.
-SrTePolicy::SegmentListId largestSegmentListId(SurvivingTables const& tables);
+/// The largest identity of a segment list that any table names which the agent finds at its start;
+/// 0 when none does. A new run of the agent hands out only larger ones.
+SrTePolicy::SegmentListId largestSegmentListId(Tables const& tables);
+
+/// The identity that a candidate's list with these labels has; nothing while it is not interned.
+std::optional<SrTePolicy::SegmentListId> segmentListId(SurvivingTables const& tables,
+                                                       SrTePolicy::PolicyId const& candidate,
+                                                       Wirex::BoundedMplsLabelStack const& labels);
+/// The labels of an interned list.
+Wirex::BoundedMplsLabelStack labelsOf(SrTePolicy::Export::SegmentList const& list);
 
 /// Empties what the publish machine writes.
 void clearPublishOutputs(SurvivingTables const& tables);

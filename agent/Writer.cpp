@@ -68,7 +68,7 @@ void Writer::write(Step const& step) const {
     writeTiLfa(step.tiLfa);
     // Here follow the global BFD settings.
     writePolicies(step);
-    // Here follow session reports, counters and gRIBI.
+    // Here follows gRIBI.
 }
 
 void Writer::writeRouter(std::vector<RouterSetting> const& settings) const {

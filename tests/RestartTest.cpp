@@ -167,9 +167,10 @@ TEST(Restart, AnOrderlyStopEmptiesTheTablesConsumersFirst) {
         auto const table = write.substr(0, write.find(' '));
         if (std::find(tables.begin(), tables.end(), table) == tables.end()) tables.push_back(table);
     }
-    EXPECT_THAT(tables, testing::ElementsAre("-route", "-status", "-policy-tunnel", "-fec",
-                                             "-fec-index", "-ec-policy", "-selection-input",
-                                             "-export", "-list-tunnel", "-list-status"));
+    EXPECT_THAT(tables,
+                testing::ElementsAre("-route", "-status", "-policy-tunnel", "-fec", "-fec-index",
+                                     "-tunnel-map", "-ec-policy", "-selection-input", "-export",
+                                     "-list-tunnel", "-list-status"));
     EXPECT_THAT(rows(host.tables()), testing::IsEmpty());
     EXPECT_EQ(host.machines(), nullptr);
 

@@ -23,6 +23,7 @@ void forEachSurvivingTable(Agent::SurvivingTables const& tables, auto const& vis
     visitOwn("fec", tables.forwarding->fec());
     visitOwn("policy-tunnel", tables.policyTunnels->entry());
     visitOwn("route", tables.bindingSidLfib->rows());
+    visitOwn("tunnel-map", tables.tunnelMap->entry());
     auto const& selectionInput = *tables.selectionInput;
     visit("selection-input", selectionInput.policyIdEntry(), selectionInput.entrySubject());
     auto const& ecPolicy = *tables.ecPolicy;
