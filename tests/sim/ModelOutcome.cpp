@@ -22,9 +22,10 @@ bool canBeInterned(SrTePolicy::WeightedLabels const& list) {
     return true;
 }
 
+/// A range may end above the labels, and then still holds labels only.
 bool inSrlb(MplsLabel label, Agent::Inputs const& inputs) {
     auto const* const range = inputs.mplsConfig->labelRange("srlb");
-    if (!range) return false;
+    if (!range || !label.isReal()) return false;
     auto const base = std::uint64_t{range->base()};
     return label.value() >= base && label.value() < base + range->size();
 }
@@ -39,7 +40,7 @@ PolicyInvalidReason verdict(PolicyInputEntry const& entry, Agent::Inputs const& 
     if (lists.empty()) return PolicyInvalidReason::noSegmentLists;
     if (entry.bindingSid.isNull()) {
         if (inputs.config->specifiedBsidOnly()) return PolicyInvalidReason::bsidMissing;
-    } else if (!inSrlb(entry.bindingSid, inputs)) {
+    } else if (!entry.bindingSid.isReal() || !inSrlb(entry.bindingSid, inputs)) {
         return PolicyInvalidReason::bsidOutOfRange;
     } else if (inUseByOthers(entry.bindingSid, inputs)) {
         return PolicyInvalidReason::bsidInUse;
