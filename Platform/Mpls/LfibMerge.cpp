@@ -17,8 +17,13 @@ LfibMerge::LfibMerge(Quor::Ptr<LfibStatus const> others, Quor::Ptr<LfibStatus co
                     [](LfibMerge& self, RouteKey const& key) { self.handleOwnRoute(key); }),
       policiesReactor_(policies_->rows(), this,
                        [](LfibMerge& self, RouteKey const& key) { self.handleOwnRoute(key); }) {
-    for (auto const* const table : {&others_, &gribi_, &policies_}) {
-        for (auto row = (*table)->rows().begin(); row; row.next()) merge(row.key());
+    mergeAll();
+}
+
+void LfibMerge::mergeAll() {
+    Quor::Ptr<LfibStatus const> const merged = lfibStatus_;
+    for (auto const* const table : {&merged, &others_, &gribi_, &policies_}) {
+        for (auto row = (*table)->rows().begin(); row; row.next()) handleOwnRoute(row.key());
     }
 }
 

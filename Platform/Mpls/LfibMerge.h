@@ -20,6 +20,9 @@ public:
     LfibMerge(Quor::Ptr<LfibStatus const> others, Quor::Ptr<LfibStatus const> gribi,
               Quor::Ptr<LfibStatus const> policies);
 
+    /// Merges every label again, for an owner who may have lost notifications.
+    void mergeAll();
+
     Quor::Ptr<LfibStatus const> lfibStatus() const { return lfibStatus_; }
     Quor::Ptr<LfibTrackingStatus const> lfibTrackingStatus() const { return lfibTrackingStatus_; }
 
