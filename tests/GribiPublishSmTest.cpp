@@ -1,5 +1,6 @@
 #include "SrTePolicy/GribiPublishSm.h"
 #include "SrTePolicy/SrTePolicyCoreDedupTable.h"
+#include "tests/support/GribiAftWriter.h"
 #include "tests/support/MachineTest.h"
 
 namespace {
@@ -22,11 +23,11 @@ std::string text(FecId fecId) {
     return isOurs ? "fec" + std::to_string(fecId.value() & 0xFFFFFFFF) : fecId.stringValue();
 }
 
-// Next hops get their lists and the lists their statuses by hand.
-class GribiPublishSmTest : public RestartedTest {
-protected:
-    using Members = std::vector<std::pair<std::uint64_t, std::uint64_t>>;  // next hop, weight
+using Members = std::vector<std::pair<std::uint64_t, std::uint64_t>>;  // next hop, weight
 
+// Next hops get their lists and the lists their statuses by hand.
+class GribiPublishSmTest : public RestartedTest, protected GribiAftWriter {
+protected:
     GribiPublishSmTest() { Keel::activityClockIs(&clock); }
     ~GribiPublishSmTest() override { Keel::activityClockIs(nullptr); }
     void SetUp() override { restart(); }
@@ -51,14 +52,6 @@ protected:
         usable ? status->statusIs(id, SegmentListResolveError::noError)
                : status->statusIs(id, SegmentListResolveError::zeroResolvedLabels);
     }
-    void group(std::uint64_t id, Members const& members) {
-        NhgAftEntry entry{NextHopGroupId(id)};
-        for (auto const& [nextHopId, weight] : members) {
-            entry.nextHopIs(NextHopId(nextHopId), weight);
-        }
-        afts->nhgAft->nhgAftEntryIs(entry);
-    }
-    void groupDel(std::uint64_t id) { afts->nhgAft->nhgAftEntryDel(NextHopGroupId(id)); }
 
     // GROUP: FEC, then every FEC with its vias.
     std::string outputs() const override {
@@ -78,7 +71,6 @@ protected:
     }
 
     Keel::VirtualClock clock;
-    Quor::Ptr<GribiAfts> afts = gribiAftsFactory();
     Quor::Ptr<GribiStatus> gribiStatus = gribiStatusFactory();
     Quor::Ptr<Pooltab::Fib::ForwardingStatus> fwdStatus =
         Quor::makePtr<Pooltab::Fib::ForwardingStatus>();
@@ -126,6 +118,7 @@ TEST_F(GribiPublishSmTest, AGroupIsOneFecOverItsUsableNextHops) {
 }
 
 TEST_F(GribiPublishSmTest, OnlyPresentMembersAreFollowed) {
+    restartsHitless = false;
     nextHop(1);
     nextHop(2);
     group(10, {{1, 1}, {4, 1}});
@@ -144,6 +137,14 @@ TEST_F(GribiPublishSmTest, OnlyPresentMembersAreFollowed) {
     EXPECT_THAT(takeLog(), ElementsAre());
     group(10, {});
     EXPECT_EQ(outputs(), "11:fec1 \nfec1: 102x5");
+
+    TraceLines traces("GribiPublishSm");
+    sm->handleDel();
+    nextHop(3);
+    EXPECT_THAT(traces.take(), IsSupersetOf({"Delete all FECs created by GribPublishSm",
+                                             "Delete all entries in gribiStatus"}));
+    EXPECT_EQ(outputs(), "");
+    EXPECT_EQ(dumpOf(*sm), "  Initialized: False \n  nhToNhgMap #0 \n");
 }
 
 TEST_F(GribiPublishSmTest, WeightsAsAClientSendsThem) {
@@ -218,24 +219,6 @@ TEST_F(GribiPublishSmTest, ARestartKeepsWhatIsNamedAndSweepsTheRest) {
     groupDel(14);  // its number is not 9's to lose
     group(16, {{1, 1}});
     EXPECT_EQ(text(*gribiStatus->nhgToFecEntry(NextHopGroupId(16))), "fec6");
-}
-
-TEST_F(GribiPublishSmTest, TheEndDeletesFecsThenRowsAndIsSilentAfterwards) {
-    restartsHitless = false;
-    nextHop(1);
-    group(10, {{1, 1}});
-    group(11, {{1, 1}});
-    log.clear();
-    TraceLines traces("GribiPublishSm");
-    sm->handleDel();
-    EXPECT_THAT(takeLog(), ElementsAre("-fec0", "-fec1", "-nhg10", "-nhg11"));
-    EXPECT_EQ(dumpOf(*sm), "  Initialized: False \n  nhToNhgMap #0 \n");
-    group(10, {{1, 2}});
-    nhToSl->nhToSlEntryDelAll();
-    sm->handleDel();
-    EXPECT_EQ(outputs(), "");
-    EXPECT_THAT(traces.take(), ElementsAre("Delete all FECs created by GribPublishSm",
-                                           "Delete all entries in gribiStatus"));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "SrTePolicy/GribiRootSm.h"
 #include "tests/SegmentListFixture.h"
+#include "tests/support/GribiAftWriter.h"
 
 namespace {
 
@@ -14,10 +15,8 @@ using Wirex::MplsLabel;
 constexpr SrTePolicy::FecIdRange range{FecId(0x200000000), FecId(0x2ffffffff)};
 
 // The whole of gRIBI over real segments and segment lists.
-class GribiRootSmTest : public SrTePolicy::SegmentListFixture {
+class GribiRootSmTest : public SrTePolicy::SegmentListFixture, protected GribiAftWriter {
 protected:
-    using Members = std::vector<std::pair<std::uint64_t, std::uint64_t>>;  // next hop, weight
-
     void SetUp() override {
         SegmentListFixture::SetUp();
         root = newRoot();
@@ -40,23 +39,6 @@ protected:
         root = newRoot();
     }
 
-    // Inputs.
-    void nextHop(std::uint64_t id, std::initializer_list<std::uint32_t> labels) {
-        afts->nhAft->nhAftEntryIs({NextHopId(id), Wirex::pushOperation(labels)});
-    }
-    void nextHopDel(std::uint64_t id) { afts->nhAft->nhAftEntryDel(NextHopId(id)); }
-    void group(std::uint64_t id, Members const& members) {
-        NhgAftEntry entry{NextHopGroupId(id)};
-        for (auto const& [nextHopId, weight] : members) {
-            entry.nextHopIs(NextHopId(nextHopId), weight);
-        }
-        afts->nhgAft->nhgAftEntryIs(entry);
-    }
-    void groupDel(std::uint64_t id) { afts->nhgAft->nhgAftEntryDel(NextHopGroupId(id)); }
-    void label(std::uint32_t value, std::uint64_t groupId) {
-        afts->mplsAft->mplsAftEntryIs({MplsLabel(value), NextHopGroupId(groupId)});
-    }
-    void labelDel(std::uint32_t value) { afts->mplsAft->mplsAftEntryDel(MplsLabel(value)); }
     void twoNextHops() {
         nextHop(1, {16});
         nextHop(2, {17, 18});
@@ -112,7 +94,6 @@ protected:
 
     Quor::Ptr<SrTePolicy::Status> agentStatus = SrTePolicy::statusFactory();
     Quor::Ptr<Config> config = configFactory();
-    Quor::Ptr<GribiAfts> afts = gribiAftsFactory();
     Quor::Ptr<GribiStatus> gribiStatus = gribiStatusFactory();
     Quor::Ptr<NhToTunnelMap> tunnelMap = nhToTunnelMapFactory();
     Quor::Ptr<Pooltab::Fib::ForwardingStatus> fwdStatus =
@@ -137,33 +118,22 @@ private:
 
 TEST_F(GribiRootSmTest, EveryOrderOfArrivalGivesTheSameTables) {
     std::array<int, 5> order{0, 1, 2, 3, 4};
-    auto const write = [this](int what) {
-        switch (what) {
-            case 0: return nextHop(1, {16});
-            case 1: return nextHop(2, {18, 17});
-            case 2: return group(10, {{1, 3}, {2, 1}, {3, 1}});
-            case 3: return label(900, 10);
-            default: return route(18, {push("et3", {100})});
-        }
-    };
-    auto const remove = [this](int what) {
-        switch (what) {
-            case 0: return nextHopDel(1);
-            case 1: return nextHopDel(2);
-            case 2: return groupDel(10);
-            case 3: return labelDel(900);
-            default: return routeDel(18);
-        }
+    auto const write = [this](int what, bool there) {
+        if (what == 0) there ? nextHop(1, {16}) : nextHopDel(1);
+        if (what == 1) there ? nextHop(2, {18, 17}) : nextHopDel(2);
+        if (what == 2) there ? group(10, {{1, 3}, {2, 1}, {3, 1}}) : groupDel(10);
+        if (what == 3) there ? label(900, 10) : labelDel(900);
+        if (what == 4) there ? route(18, {push("et3", {100})}) : routeDel(18);
     };
     do {
         for (auto const what : order) {
-            write(what);
+            write(what, true);
             if (order[0] % 2) drain();
         }
         drain();
         EXPECT_THAT(forwarding(), testing::AnyOf("900: 16x3 18,17x1\n", "900: 18,17x1 16x3\n"));
         for (auto const what : order) {
-            remove(what);
+            write(what, false);
             EXPECT_THAT(forwarding(), testing::Not(testing::HasSubstr("no")));
         }
         drain();
