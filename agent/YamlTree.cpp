@@ -145,7 +145,8 @@ Node readYamlTree(std::string const& text, Findings& findings) {
     try {
         std::istringstream input(text);
         YAML::Parser parser(input);
-        while (parser.HandleNextDocument(builder)) continue;
+        // Not to the end: where a comma follows the document, the parser finds documents for ever.
+        if (parser.HandleNextDocument(builder)) parser.HandleNextDocument(builder);
     } catch (YAML::Exception const& fault) {
         findings.add(markOf(fault.mark), "not YAML: " + fault.msg);
         findings.throwIfAny();
