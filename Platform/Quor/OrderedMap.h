@@ -135,7 +135,7 @@ public:
     std::pair<V*, bool> tryEmplace(K const& key, Args&&... args) {
         if (auto* const leaf = roomyLeafOf(key)) {
             auto const i = leaf->lowerBound(key);
-            if (i < leaf->count && !(key < *leaf->keys.at(i))) return {leaf->values.at(i), false};
+            if (i < leaf->count && !(key < *leaf->keys.at(i))) return {met(*leaf, i), false};
             if (leaf->count < leafCapacity) {
                 return {place(*leaf, i, key, std::forward<Args>(args)...), true};
             }
@@ -309,6 +309,9 @@ private:
         ++leaf.count;
         ++size_;
         ++stamp_;
+        return met(leaf, i);
+    }
+    V* met(Leaf& leaf, std::size_t i) const {
         finger_ = &leaf;
         fingerRow_ = i;
         return leaf.values.at(i);
@@ -320,7 +323,7 @@ private:
         Path path;
         auto* leaf = descend(key, path);
         auto i = leaf->lowerBound(key);
-        if (i < leaf->count && !(key < *leaf->keys.at(i))) return {leaf->values.at(i), false};
+        if (i < leaf->count && !(key < *leaf->keys.at(i))) return {met(*leaf, i), false};
         if (leaf->count == leafCapacity) {
             K const copy(key);
             auto* const right = splitLeaf(*leaf, i, copy, path);
