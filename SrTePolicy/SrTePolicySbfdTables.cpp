@@ -35,37 +35,30 @@ Quor::Ptr<SbfdInputConfig> sbfdInputConfigFactory() {
     return Quor::makePtr<SbfdInputConfig>();
 }
 
-SbfdSessionUser::Kind SbfdSessionUser::User::kind() const {
-    if (params.sbfdInterval.value() == 0) return Kind::global;
-    return params.sbfdMulti.value() == 0 ? Kind::globalMultiplier : Kind::own;
+void SbfdSessionUser::sbfdStatusIs(SbfdKey const& key, SbfdParams const& params) {
+    if (users_.insert({params, key}) && isGlobal(params)) ++globalCount_;
 }
 
-std::strong_ordering SbfdSessionUser::User::operator<=>(User const& other) const {
-    if (auto const byKind = kind() <=> other.kind(); byKind != 0) return byKind;
-    auto const byTime = params.timers().detectionTime() <=> other.params.timers().detectionTime();
-    if (byTime != 0) return byTime;
-    if (auto const byParams = params <=> other.params; byParams != 0) return byParams;
-    return key <=> other.key;
+void SbfdSessionUser::sbfdStatusDel(SbfdKey const& key, SbfdParams const& params) {
+    if (users_.erase({params, key}) && isGlobal(params)) --globalCount_;
 }
 
 SbfdParams SbfdSessionUser::fastest(SbfdParams const& global) const {
-    // The lowest user of each kind that there can be.
     constexpr Bfd::BfdInterval one(1);
-    constexpr SbfdParams lowest[] = {{one, Bfd::BfdMultiplier(1)}, {one, {}}, {}};
     std::optional<SbfdParams> best;
-    for (auto const& params : lowest) {
-        User const from{params, {}};
+    // The first at or after `lowest`, which is the fastest of its kind.
+    auto const consider = [&](SbfdParams const& lowest) {
         User found;
-        if (!users_.atOrAfter(from, found) || found.kind() != from.kind()) continue;
-        auto const resolved = found.params.resolved(global);
-        if (!best || isFaster(resolved, *best)) best = resolved;
+        if (!users_.atOrAfter({lowest, {}}, found)) return;
+        auto const params = found.params.resolved(global);
+        if (!best || isFaster(params, *best)) best = params;
+    };
+    consider({one, Bfd::BfdMultiplier(1)});
+    if (hasGlobal()) {
+        consider({});
+        consider({one, {}});
     }
     return best.value_or(SbfdParams());
-}
-
-bool SbfdSessionUser::hasGlobal() const {
-    User last;
-    return users_.atOrAfter({{Bfd::BfdInterval(1), {}}, {}}, last);
 }
 
 SbfdSession* SbfdSessionToSbfdStatus::session(SbfdSessionKey const& key) const {

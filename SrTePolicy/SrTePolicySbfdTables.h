@@ -38,18 +38,12 @@ private:
 SRTE_EXPORT Quor::Ptr<SbfdInputConfig> sbfdInputConfigFactory();
 
 /// The keys that share one session, each with the pair that it asks for. They stand in the order of
-/// their speed, so that however many share a session, the fastest is found at once: those with a
-/// pair of their own by detection time, those that lack the multiplier by interval, and those that
-/// take the global pair. Each of the three kinds keeps its order when the global settings change.
+/// their speed, so that the fastest is found at once however many share the session.
 class SRTE_EXPORT SbfdSessionUser {
 public:
+    void sbfdStatusIs(SbfdKey const& key, SbfdParams const& params);
     /// `params` must be what the key was added with.
-    void sbfdStatusIs(SbfdKey const& key, SbfdParams const& params) {
-        users_.insert({params, key});
-    }
-    void sbfdStatusDel(SbfdKey const& key, SbfdParams const& params) {
-        users_.erase({params, key});
-    }
+    void sbfdStatusDel(SbfdKey const& key, SbfdParams const& params);
     bool empty() const { return users_.empty(); }
     std::size_t size() const { return users_.size(); }
     template <class F>
@@ -61,20 +55,37 @@ public:
     /// no detection time at all counts only when there is no other.
     SbfdParams fastest(SbfdParams const& global) const;
     /// Whether a change of the global settings can change `fastest`.
-    bool hasGlobal() const;
+    bool hasGlobal() const { return globalCount_ > 0; }
 
 private:
-    enum class Kind : std::uint8_t { own, globalMultiplier, global };
     struct User {
         SbfdParams params;
         SbfdKey key;
 
-        Kind kind() const;
+        /// A pair of its own ranks by its detection time; behind all of those the global pair, and
+        /// last, by interval, those with the global multiplier. Each of the three keeps its order
+        /// when the global settings change.
+        std::uint64_t rank() const {
+            auto const& [interval, multi] = params;
+            if (isGlobal(params)) return lowestGlobalRank | interval.value();
+            return std::uint64_t{interval.value()} * multi.value();
+        }
         bool operator==(User const&) const = default;
-        std::strong_ordering operator<=>(User const& other) const;
+        std::strong_ordering operator<=>(User const& other) const {
+            if (auto const byRank = rank() <=> other.rank(); byRank != 0) return byRank;
+            if (auto const byParams = params <=> other.params; byParams != 0) return byParams;
+            return key <=> other.key;
+        }
     };
+    // Above the largest product of two 32-bit numbers.
+    static constexpr std::uint64_t lowestGlobalRank = 0xFFFFFFFF00000000;
+
+    static bool isGlobal(SbfdParams const& params) {
+        return params.sbfdInterval.value() == 0 || params.sbfdMulti.value() == 0;
+    }
 
     Quor::SmallSet<User, 1> users_;
+    std::uint32_t globalCount_ = 0;
 };
 
 /// A session and what its users have of it.
