@@ -32,6 +32,31 @@ Node::Member& Node::add(std::string const& key, Mark keyMark, Node value) {
 
 namespace {
 
+/// The bytes of the character of UTF-8 (RFC 3629) that `text` begins with; 0 when it is none.
+std::size_t characterSize(std::string_view text) {
+    auto const byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    auto const first = byte(0);
+    std::size_t const size = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    if (size == 1) return 1;
+    if (first < 0xC2 || first > 0xF4 || text.size() < size) return 0;
+    for (std::size_t i = 1; i < size; ++i) {
+        if ((byte(i) & 0xC0) != 0x80) return 0;
+    }
+    // Longer than need be, a surrogate, or beyond the last character.
+    bool const misused = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) > 0x9F) ||
+                         (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) > 0x8F);
+    return misused ? 0 : size;
+}
+
+bool isUtf8(std::string_view text) {
+    while (!text.empty()) {
+        auto const size = characterSize(text);
+        if (size == 0) return false;
+        text.remove_prefix(size);
+    }
+    return true;
+}
+
 Mark markOf(YAML::Mark const& mark) {
     return {mark.line + 1, mark.column + 1};
 }
@@ -59,7 +84,12 @@ public:
     void OnScalar(YAML::Mark const& mark, std::string const& tag, YAML::anchor_t anchor,
                   std::string const& value) override {
         auto node = begin(mark, tag, anchor, Node::Kind::scalar);
-        node.text = value;
+        if (isUtf8(value)) {
+            node.text = value;
+        } else {
+            refuse(mark, "bytes that are no UTF-8 are");
+            node.kind = Node::Kind::invalid;
+        }
         take(std::move(node));
     }
     void OnSequenceStart(YAML::Mark const& mark, std::string const& tag, YAML::anchor_t anchor,
