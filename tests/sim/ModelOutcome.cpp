@@ -40,7 +40,7 @@ PolicyInvalidReason verdict(PolicyInputEntry const& entry, Agent::Inputs const& 
     if (lists.empty()) return PolicyInvalidReason::noSegmentLists;
     if (entry.bindingSid.isNull()) {
         if (inputs.config->specifiedBsidOnly()) return PolicyInvalidReason::bsidMissing;
-    } else if (!entry.bindingSid.isReal() || !inSrlb(entry.bindingSid, inputs)) {
+    } else if (!inSrlb(entry.bindingSid, inputs)) {
         return PolicyInvalidReason::bsidOutOfRange;
     } else if (inUseByOthers(entry.bindingSid, inputs)) {
         return PolicyInvalidReason::bsidInUse;

@@ -196,14 +196,13 @@ void addRouteRows(Rows& rows, Agent::Tables const& tables, Names const& names) {
         if (!plain) rows.back() += " and more";
     }
     for (auto row = tables.lfib().rows().begin(); row; row.next()) {
-        auto const label = row.key().topLabel();
-        if (row.value() == tables.otherLfib->rows().get(row.key())) {
-            rows.push_back(words("merged", label, "theirs"));
-        } else if (row.value() == tables.bindingSidLfib->rows().get(row.key())) {
-            rows.push_back(words("merged", label, "ours"));
-        } else {
-            rows.push_back(words("merged", label, "stale"));
-        }
+        auto const& route = row.value()->route;
+        auto const* const theirs = tables.otherLfib->consolidatedRoute(row.key());
+        auto const* const ours = tables.bindingSidLfib->consolidatedRoute(row.key());
+        auto const* const whose = theirs && *theirs == route ? "theirs"
+                                  : ours && *ours == route   ? "ours"
+                                                             : "stale";
+        rows.push_back(words("merged", row.key().topLabel(), whose));
     }
 }
 
