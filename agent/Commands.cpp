@@ -1,7 +1,5 @@
 #include "agent/Commands.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -21,9 +19,6 @@
 namespace Agent {
 
 namespace {
-
-/// Known to the file format, without anything behind them so far.
-constexpr std::array<std::string_view, 2> unbuiltWords{"sbfd", "gribi"};
 
 std::string readText(std::istream& input, std::string const& fileName) {
     std::ostringstream text;
@@ -56,9 +51,6 @@ std::optional<Time> momentOf(std::optional<std::string> const& text, char const*
 }
 
 ShowWord const& wordOf(std::string const& name) {
-    if (std::find(unbuiltWords.begin(), unbuiltWords.end(), name) != unbuiltWords.end()) {
-        throw InputError({{name, 0, 0, "not built yet"}});
-    }
     auto const* const word = showWord(name);
     if (!word) throw UsageError("found `" + name + "`, expected one of " + showWordList());
     return *word;

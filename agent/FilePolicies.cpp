@@ -25,16 +25,17 @@ void FilePolicies::seen() {
     unseen_.clear();
 }
 
+std::vector<FilePolicies::PolicyKey> FilePolicies::everNamed() const {
+    std::vector<PolicyKey> keys(policies_.size());
+    for (auto const& [key, place] : policies_) keys[place.order] = key;
+    return keys;
+}
+
 std::vector<PolicyRecord const*> FilePolicies::present() const {
-    std::vector<Place const*> places;
-    for (auto const& [key, place] : policies_) {
-        if (place.record) places.push_back(&place);
-    }
-    std::sort(places.begin(), places.end(),
-              [](auto const* a, auto const* b) { return a->order < b->order; });
     std::vector<PolicyRecord const*> records;
-    records.reserve(places.size());
-    for (auto const* const place : places) records.push_back(place->record);
+    for (auto const& key : everNamed()) {
+        if (auto const* const record = policy(key)) records.push_back(record);
+    }
     return records;
 }
 

@@ -34,6 +34,8 @@ public:
 
     /// The policies of the file, in the order in which it first names them.
     std::vector<PolicyRecord const*> present() const;
+    /// Those that it ever had, in the same order.
+    std::vector<PolicyKey> everNamed() const;
     PolicyRecord const* policy(PolicyKey const& key) const;
     /// Nothing when the file does not have the list now.
     std::optional<FileList> list(ListName const& name) const;

@@ -58,8 +58,10 @@ void Host::apply(Step const& event) {
 // The other agents on the router know the file as it is after the step.
 void Host::write(Step const& step) {
     filePolicies_.take(step);
-    writer_.write(step);
+    writer_.writeRouting(step);
+    sessionReports_.take(step);
     trafficCounters_.take(step);
+    writer_.writeGribi(step.gribi);
 }
 
 void Host::start() {

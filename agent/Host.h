@@ -9,6 +9,7 @@
 #include "agent/FilePolicies.h"
 #include "agent/Machines.h"
 #include "agent/Scenario.h"
+#include "agent/SessionReports.h"
 #include "agent/SyslogRecords.h"
 #include "agent/Tables.h"
 #include "agent/TrafficCounters.h"
@@ -65,6 +66,7 @@ private:
     Tables const tables_;
     Writer const writer_{tables_};
     FilePolicies filePolicies_;
+    SessionReports sessionReports_{tables_, filePolicies_};
     TrafficCounters trafficCounters_{tables_, filePolicies_};
     std::unique_ptr<Machines> machines_;
     Time now_{0};

@@ -24,6 +24,13 @@ Machines::Machines(Tables const& tables, Quor::Ptr<Keel::TaskScheduler> const& s
         policyInputSmFactory(tables.config, tables.sources, tables.mplsConfig, lfib, lfibTracking,
                              tables.selectionInput, run_.coreDedupTables, run_.segmentListUsers,
                              run_.policyKeyToIdMap, scheduler, tables.fieldlog);
+    sbfdInputSm_ = sbfdInputSmFactory(tables.config, run_.initStage, run_.policyKeyToIdMap,
+                                      tables.selectionInput, run_.segmentListUsers,
+                                      tables.sbfdInputConfig, scheduler, tables.bfdGlobal);
+    sbfdSessionSm_ =
+        sbfdSessionSmFactory(tables.sbfdInputConfig, L3::VrfName(bfdVrf), bfdApplication,
+                             tables.bfdPeers, tables.bfdSessions, tables.bfdAppStatus,
+                             run_.segmentListUsers, tables.segmentListStatus, tables.bfdGlobal);
     selectionSm_ = policySelectionSmFactory(tables.config, tables.selectionInput,
                                             run_.segmentListUsers, tables.segmentListStatus,
                                             tables.ecPolicy, scheduler, tables.fieldlog);
@@ -41,10 +48,13 @@ Machines::~Machines() {
     segmentSm_ = nullptr;
     segmentListSm_ = nullptr;
     inputSm_ = nullptr;
+    sbfdInputSm_ = nullptr;
+    sbfdSessionSm_ = nullptr;
     selectionSm_ = nullptr;
     publishSm_ = nullptr;
     lfibGenSm_ = nullptr;
     tunnelMapSm_ = nullptr;
+    gribiRoot_ = nullptr;
     run_.segmentListUsers = nullptr;
     survivingLists_.clear();
     run_.coreDedupTables = nullptr;
@@ -52,12 +62,9 @@ Machines::~Machines() {
 
 std::vector<Machines::StartStep> const& Machines::startSteps() {
     static std::vector<StartStep> const steps{
-        &Machines::adoptSurvivingLists, &Machines::startSegments,
-        // Here starts gRIBI's root, whose next hops are segment lists as well.
-        &Machines::startInput,
-        // Here start the S-BFD machines, which selection asks about lists.
-        &Machines::startSelection, &Machines::startPublishing, &Machines::startTunnelMap,
-        &Machines::dropUnclaimedLists};
+        &Machines::adoptSurvivingLists, &Machines::startSegments,  &Machines::startGribi,
+        &Machines::startInput,          &Machines::startSbfd,      &Machines::startSelection,
+        &Machines::startPublishing,     &Machines::startTunnelMap, &Machines::dropUnclaimedLists};
     return steps;
 }
 
@@ -73,8 +80,9 @@ bool Machines::started() const {
 }
 
 bool Machines::drained() const {
-    return segmentListSm_->drained() && inputSm_->drained() && selectionSm_->drained() &&
-           publishSm_->drained() && tunnelMapSm_->drained();
+    bool const sbfdReady = !sbfdStarted_ || run_.initStage->sbfdReady()();
+    return segmentListSm_->drained() && inputSm_->drained() && sbfdReady &&
+           selectionSm_->drained() && publishSm_->drained() && tunnelMapSm_->drained();
 }
 
 bool Machines::inputSettled() const {
@@ -94,9 +102,24 @@ void Machines::startSegments() {
     segmentListSm_->handleInitialized();
 }
 
+void Machines::startGribi() {
+    gribiRoot_ = Gribi::rootSmFactory(
+        tables_.agentStatus, tables_.gribiConfig, tables_.gribiAfts, tables_.gribiStatus,
+        tables_.nextHopTunnels, run_.coreDedupTables, tables_.segmentListStatus,
+        tables_.exportedLists, tables_.segmentListTunnels, tables_.gribiLfib, tables_.policyStatus,
+        tables_.forwarding, gribiFecIds);
+}
+
 void Machines::startInput() {
     inputSm_->handleInitialized();
     inputStarted_ = true;
+}
+
+// Selection asks S-BFD about lists: it waits until every policy's settings have been gone through.
+void Machines::startSbfd() {
+    sbfdInputSm_->handleInitialized();
+    sbfdSessionSm_->handleInitialized();
+    sbfdStarted_ = true;
 }
 
 void Machines::startSelection() {
@@ -129,13 +152,24 @@ void Machines::stop() {
     tables_.tunnelMap->entryDelAll();
     selectionSm_->handleDel();
     tables_.ecPolicy->policyDelAll();
-    // Here end the S-BFD machines, sessions first, and then gRIBI's root.
+    sbfdSessionSm_->handleDel();
+    tables_.bfdSessions->sessionDelAll(Bfd::AppName(bfdApplication));
+    tables_.segmentListStatus->statusWithSbfdDelAll();
+    sbfdInputSm_->handleDel();
+    tables_.sbfdInputConfig->configDelAll();
+    stopGribi();
     inputSm_->handleDel();
     tables_.selectionInput->policyIdEntryDelAll();
     // The machines of segments and lists have started, if anything has.
     survivingLists_.clear();
     segmentListSm_->handleDel();
     segmentSm_->handleDel();
+}
+
+void Machines::stopGribi() {
+    if (gribiRoot_) gribiRoot_->handleDel();
+    Gribi::withdrawLeftovers({tables_.gribiStatus, tables_.nextHopTunnels, tables_.gribiLfib,
+                              tables_.forwarding, gribiFecIds});
 }
 
 }  // namespace Agent

@@ -4,14 +4,18 @@
 #include <vector>
 
 #include "Platform/Keel/Task.h"
+#include "SrTePolicy/GribiRootSm.h"
 #include "SrTePolicy/SrTePolicyCoreDedupTable.h"
 #include "SrTePolicy/SrTePolicyInputSm.h"
 #include "SrTePolicy/SrTePolicyLfibGenSm.h"
 #include "SrTePolicy/SrTePolicyPublishSm.h"
+#include "SrTePolicy/SrTePolicySbfdInputSm.h"
+#include "SrTePolicy/SrTePolicySbfdSessionSm.h"
 #include "SrTePolicy/SrTePolicySegmentListSm.h"
 #include "SrTePolicy/SrTePolicySegmentSm.h"
 #include "SrTePolicy/SrTePolicySelectionSm.h"
 #include "SrTePolicy/SrTePolicyTunnelMapExportSm.h"
+#include "SrTeTypes/InitStage.h"
 #include "SrTeTypes/PolicyKeyToIdMap.h"
 #include "agent/Tables.h"
 
@@ -25,6 +29,7 @@ struct RunTables {
         SrTePolicy::segmentListIdToPolicyMapFactory();
     Quor::Ptr<SrTePolicy::PolicyKeyToIdMap> policyKeyToIdMap =
         SrTePolicy::policyKeyToIdMapFactory();
+    Quor::Ptr<SrTePolicy::InitStage> initStage = SrTePolicy::initStageFactory();
 };
 
 /// One run of the agent, from its start to its end: every machine, wired to its tables.
@@ -53,10 +58,14 @@ public:
     SrTePolicy::SegmentSm const& segmentSm() const { return *segmentSm_; }
     SrTePolicy::SegmentListSm const& segmentListSm() const { return *segmentListSm_; }
     SrTePolicy::PolicyInputSm const& inputSm() const { return *inputSm_; }
+    SrTePolicy::SbfdInputSm const& sbfdInputSm() const { return *sbfdInputSm_; }
+    SrTePolicy::SbfdSessionSm const& sbfdSessionSm() const { return *sbfdSessionSm_; }
     SrTePolicy::PolicySelectionSm const& selectionSm() const { return *selectionSm_; }
     SrTePolicy::PolicyPublishSm const& publishSm() const { return *publishSm_; }
     SrTePolicy::SrTePolicyLfibGenSm const& lfibGenSm() const { return *lfibGenSm_; }
     SrTePolicy::TunnelMapExportSm const& tunnelMapSm() const { return *tunnelMapSm_; }
+    /// Null until the start has come to it.
+    Gribi::RootSm const* gribiRoot() const { return gribiRoot_.get(); }
 
 private:
     using StartStep = void (Machines::*)();
@@ -65,27 +74,34 @@ private:
     // The steps of a start, in order.
     void adoptSurvivingLists();
     void startSegments();
+    void startGribi();
     void startInput();
+    void startSbfd();
     void startSelection();
     void startPublishing();
     void startTunnelMap();
     void dropUnclaimedLists();
 
     bool drained() const;
+    void stopGribi();
 
     Tables const& tables_;
     RunTables run_;
     std::vector<Quor::Ptr<SrTePolicy::SegmentList const>> survivingLists_;
     std::size_t stepsTaken_ = 0;
     bool inputStarted_ = false;
+    bool sbfdStarted_ = false;
 
     Quor::Ptr<SrTePolicy::SegmentSm> segmentSm_;
     Quor::Ptr<SrTePolicy::SegmentListSm> segmentListSm_;
     Quor::Ptr<SrTePolicy::PolicyInputSm> inputSm_;
+    Quor::Ptr<SrTePolicy::SbfdInputSm> sbfdInputSm_;
+    Quor::Ptr<SrTePolicy::SbfdSessionSm> sbfdSessionSm_;
     Quor::Ptr<SrTePolicy::PolicySelectionSm> selectionSm_;
     Quor::Ptr<SrTePolicy::PolicyPublishSm> publishSm_;
     Quor::Ptr<SrTePolicy::SrTePolicyLfibGenSm> lfibGenSm_;
     Quor::Ptr<SrTePolicy::TunnelMapExportSm> tunnelMapSm_;
+    Quor::Ptr<Gribi::RootSm> gribiRoot_;
 };
 
 }  // namespace Agent

@@ -163,7 +163,6 @@ Scenario readScenario(std::istream& input, std::string const& fileName) {
     Scenario scenario;
     if (file.isMapping()) {
         judgeNames(file, findings);
-        refuseUnbuiltParts(file, findings);
         scenario = buildScenario(file, findings);
     }
     findings.throwIfAny();

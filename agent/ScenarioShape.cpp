@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <limits>
-#include <utility>
 
 #include "agent/ExpectationShape.h"
 #include "agent/ScenarioWords.h"
@@ -117,37 +116,6 @@ Shape eventShape() {
     return record("an event", fields);
 }
 
-using Pattern = std::vector<std::string>;
-
-/// Of the format, but without anything that would run it. `*` is any key or place in a list.
-std::vector<Pattern> unbuiltParts() {
-    return {
-        {"bfd"},
-        {"gribi"},
-        {"policies", "*", "sbfd"},
-        {"events", "*", "bfd"},
-        {"events", "*", "gribi"},
-        {"events", "*", "policies", "*", "sbfd"},
-        {"events", "*", "sbfd-session"},
-        {"expect", "*", "gribi"},
-        {"expect", "*", "sbfd"},
-    };
-}
-
-void refuseUnbuilt(Node const& node, Pattern const& pattern, std::size_t depth,
-                   Findings& findings) {
-    auto const& key = pattern[depth];
-    auto const last = depth + 1 == pattern.size();
-    if (key == "*") {
-        for (auto const& item : node.items) refuseUnbuilt(item, pattern, depth + 1, findings);
-    }
-    for (auto const& member : node.members) {
-        if (key != "*" && key != member.key) continue;
-        if (last) findings.add(member.keyMark, "not built yet");
-        if (!last) refuseUnbuilt(member.value, pattern, depth + 1, findings);
-    }
-}
-
 }  // namespace
 
 Shape scenarioShape() {
@@ -157,10 +125,6 @@ Shape scenarioShape() {
     fields.push_back({"events", sequence("events", {0, unlimited}, eventShape())});
     fields.push_back({"expect", sequence("expectations", {0, unlimited}, expectationShape())});
     return record("a scenario", fields);
-}
-
-void refuseUnbuiltParts(Node const& file, Findings& findings) {
-    for (auto const& pattern : unbuiltParts()) refuseUnbuilt(file, pattern, 0, findings);
 }
 
 }  // namespace Agent

@@ -9,7 +9,4 @@ namespace Agent {
 /// another, is not judged here.
 Shape scenarioShape();
 
-/// Adds a finding for each use of a part that the format has and this release does not run yet.
-void refuseUnbuiltParts(Node const& file, Findings& findings);
-
 }  // namespace Agent

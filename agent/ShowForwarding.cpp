@@ -65,13 +65,32 @@ Json routeJson(Host const& host, Mpls::ConsolidatedLfibRoute const& route) {
         auto const* const key = host.tables().policyStatus->fecIdToPolicyKey().find(fecId);
         if (key) row["policy"] = policyKeyText(*key);
     }
+    if (route.source == Mpls::LFib::Source::gribi) {
+        auto const* const entry =
+            host.tables().gribiAfts->mplsAft->mplsAftEntry().find(route.key.topLabel());
+        if (entry) row["group"] = entry->nextHopGroupId.stringValue();
+    }
     return row;
 }
 
-Json fecJson(Host const& host, Pooltab::Fib::Fec const& fec) {
+/// The gRIBI groups by their FECs.
+using GroupByFec = std::map<Pooltab::Fib::FecId, Gribi::NextHopGroupId>;
+
+GroupByFec groupByFec(Tables const& tables) {
+    GroupByFec groups;
+    for (auto row = tables.gribiStatus->nhgToFecEntry().begin(); row; row.next()) {
+        groups[row.value()] = row.key();
+    }
+    return groups;
+}
+
+Json fecJson(Host const& host, Pooltab::Fib::Fec const& fec, GroupByFec const& groups) {
     Json row;
+    auto const group = groups.find(fec.fecId());
     if (auto const* const key = host.tables().policyStatus->fecIdToPolicyKey().find(fec.fecId())) {
         row["policy"] = policyKeyText(*key);
+    } else if (group != groups.end()) {
+        row["group"] = group->second.stringValue();
     }
     row["vias"] = Json::array();
     for (auto const& via : fec.vias()) {
@@ -109,16 +128,19 @@ bool isUsed(TunnelId tunnelId, SurvivingTables const& tables) {
 
 }  // namespace
 
+Json labelsJson(Wirex::BoundedMplsLabelStack const& stack) {
+    auto labels = Json::array();
+    for (std::size_t i = 0; i < stack.size(); ++i) labels.push_back(stack.label(i).value());
+    return labels;
+}
+
 Json viaJson(Host const& host, Wirex::IpGenAddr const& nextHop, Wirex::IntfId const& intf,
              Wirex::MplsLabelOperation const& operation) {
     auto via = Json::object();
     addInterface(host, intf, via);
     if (!nextHop.isEmpty()) via["nh"] = nextHop.stringValue();
     via["action"] = actionText(operation.action);
-    via["out"] = Json::array();
-    for (std::size_t i = 0; i < operation.stack.size(); ++i) {
-        via["out"].push_back(operation.stack.label(i).value());
-    }
+    via["out"] = labelsJson(operation.stack);
     return via;
 }
 
@@ -136,9 +158,10 @@ void showLfib(Host const& host, Rows& rows) {
 }
 
 void showFecs(Host const& host, Rows& rows) {
+    auto const groups = groupByFec(host.tables());
     for (auto row = host.tables().forwarding->fec().begin(); row; row.next()) {
         auto const key = row.key().stringValue();
-        if (rows.wants(key)) rows.add(key, fecJson(host, row.value()));
+        if (rows.wants(key)) rows.add(key, fecJson(host, row.value(), groups));
     }
 }
 
@@ -149,9 +172,12 @@ void showTunnels(Host const& host, Rows& rows) {
         auto const key = row.key().stringValue();
         if (!rows.wants(key)) continue;
         Json tunnel{{"kind", "segment-list"}};
-        auto const* const list = tables.exportedLists->segmentList(
-            SrTePolicy::SegmentListId(static_cast<std::uint32_t>(row.key().index())));
-        if (list) tunnel["policy"] = policyKeyText(list->policyId.key);
+        auto const* const list = tables.exportedLists->segmentList(segmentListOf(row.key()));
+        if (list && list->distinguisherId.isPolicyList()) {
+            tunnel["policy"] = policyKeyText(list->policyId.key);
+        } else if (list) {
+            tunnel["next-hop"] = list->distinguisherId.stringValue();
+        }
         tunnel["vias"] = viasJson(host, row.value().vias());
         rows.add(key, tunnel);
     }

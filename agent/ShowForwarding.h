@@ -23,6 +23,9 @@ void showTrace(Host const& host, Rows& rows);
 /// How traffic leaves: `if`, `nh`, `out` and `share` of each outcome.
 Json pathsJson(Outcomes const& outcomes);
 
+/// The labels of a stack, top first.
+Json labelsJson(Wirex::BoundedMplsLabelStack const& stack);
+
 /// A via's next hop, where it sends, and the labels that it writes.
 Json viaJson(Host const& host, Wirex::IpGenAddr const& nextHop, Wirex::IntfId const& intf,
              Wirex::MplsLabelOperation const& operation);

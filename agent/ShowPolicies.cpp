@@ -4,6 +4,7 @@
 #include <map>
 
 #include "agent/ScenarioValues.h"
+#include "agent/ShowForwarding.h"
 #include "agent/ShowSegments.h"
 
 namespace Agent {
@@ -44,12 +45,6 @@ std::string fromText(CandidateId const& id) {
     }
     return protocol + " " + std::to_string(id.originatorAs) + " " + id.originator.stringValue() +
            " " + std::to_string(id.discriminator);
-}
-
-Json labelsJson(Wirex::BoundedMplsLabelStack const& stack) {
-    auto labels = Json::array();
-    for (std::size_t i = 0; i < stack.size(); ++i) labels.push_back(stack.label(i).value());
-    return labels;
 }
 
 /// One policy, as what is published and what the machines last made of its candidates.
@@ -143,20 +138,14 @@ private:
             Json row{{"state", "idle"}};
             if (entry && i < entry->wSegmentList.size()) {
                 auto const id = entry->wSegmentList[i].segmentListId;
-                row = {{"state", listStateText(status(id))}, {"id", id.value()}};
+                row = {{"state", listStateText(listStatus(host_.tables(), key_, id))},
+                       {"id", id.value()}};
             }
             row["labels"] = labelsJson(labels.stack);
             row["weight"] = weight;
             rows[record.listNames[i]] = row;
         }
         return rows;
-    }
-
-    std::optional<SegmentListResolveError> status(SegmentListId id) const {
-        auto const& tables = host_.tables();
-        return tables.config->sbfdConfigured(key_)
-                   ? tables.segmentListStatus->statusWithSbfd(Sbfd::SbfdKey::of(key_, id))
-                   : tables.segmentListStatus->status(id);
     }
 
     Machines const& machines() const { return *host_.machines(); }

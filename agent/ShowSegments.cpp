@@ -35,11 +35,16 @@ Json segmentJson(Host const& host, SegmentMplsLabel const& segment) {
 }
 
 Json listJson(Host const& host, Export::SegmentList const& list) {
-    Json row{{"policy", policyKeyText(list.policyId.key)},
-             {"candidate", host.filePolicies().candidateName(list.policyId)},
-             {"state", listStateText(host.tables().segmentListStatus->status(list.segmentListId))},
-             {"labels", Json::array()}};
-    for (std::uint32_t i = 0; i < list.size; ++i) row["labels"].push_back(list.segment[i].value());
+    auto const& key = list.policyId.key;
+    Json row;
+    if (list.distinguisherId.isPolicyList()) {
+        row = {{"policy", policyKeyText(key)},
+               {"candidate", host.filePolicies().candidateName(list.policyId)}};
+    } else {
+        row = {{"next-hop", list.distinguisherId.stringValue()}};
+    }
+    row["state"] = listStateText(listStatus(host.tables(), key, list.segmentListId));
+    row["labels"] = labelsJson(labelsOf(list));
     auto const tunnelId = list.segmentListId.getTunnelId();
     if (host.tables().segmentListTunnels->entry(tunnelId)) row["tunnel"] = tunnelId.stringValue();
     return row;
@@ -57,6 +62,13 @@ char const* listStateText(std::optional<SegmentListResolveError> status) {
         case SegmentListResolveError::unset: break;
     }
     return "unresolved";
+}
+
+std::optional<SegmentListResolveError> listStatus(Tables const& tables, PolicyKey const& key,
+                                                  SegmentListId id) {
+    auto const& status = *tables.segmentListStatus;
+    return tables.config->sbfdConfigured(key) ? status.statusWithSbfd(Sbfd::SbfdKey::of(key, id))
+                                              : status.status(id);
 }
 
 void showSegments(Host const& host, Rows& rows) {

@@ -46,6 +46,27 @@ void printPolicy(std::ostream& out, std::string const& key, Json const& row, Pai
     table.print(out);
 }
 
+/// A line for each entry of a client, and below a group one for each of its next hops.
+void printGribi(std::ostream& out, Rows const& rows) {
+    TextTable table;
+    for (auto const& [word, entries] : rows) {
+        if (!entries.is_object()) {
+            table.add({word, scalarText(entries)});
+            continue;
+        }
+        for (auto const& [id, entry] : entries.items()) {
+            auto const labels = entry.contains("labels") ? labelsText(entry["labels"]) : "";
+            table.add({word, id, stateText(entry),
+                       labels + field(entry, "fec", "FEC ") + field(entry, "group", "group ")});
+            if (!entry.contains("next-hops")) continue;
+            for (auto const& [nextHop, member] : entry["next-hops"].items()) {
+                table.add({"  nh", nextHop, stateText(member), field(member, "weight", "weight ")});
+            }
+        }
+    }
+    table.print(out);
+}
+
 /// The lines of a cell: one, or one for each object of an array.
 std::vector<std::string> cellLines(Json const& row, std::string const& column) {
     if (!row.contains(column)) return {""};
@@ -119,6 +140,8 @@ void printJson(std::ostream& out, std::string const& at, std::string const& word
 void printText(std::ostream& out, std::string const& word, Rows const& rows, Paint const& paint) {
     if (word == "policy") {
         for (auto const& [key, row] : rows) printPolicy(out, key, row, paint);
+    } else if (word == "gribi") {
+        printGribi(out, rows);
     } else if (word == "trace") {
         for (auto const& [key, paths] : rows) {
             out << paint.strong(key) << '\n';

@@ -11,7 +11,8 @@ namespace Agent {
 /// The rows of `syslog` are an array, as their keys may repeat.
 void printJson(std::ostream& out, std::string const& at, std::string const& word, Rows const& rows);
 
-/// A person's form: policies with their candidates and lists, anything else as a table.
+/// A person's form: policies with their candidates and lists, gRIBI's entries by their kinds,
+/// anything else as a table.
 void printText(std::ostream& out, std::string const& word, Rows const& rows, Paint const& paint);
 
 /// "63.29 %  to-KSCYng 10.0.0.25  24014 24017": a line for each of the paths of `trace`.

@@ -3,7 +3,9 @@
 #include "Platform/Quor/RangeError.h"
 #include "agent/ScenarioValues.h"
 #include "agent/ShowForwarding.h"
+#include "agent/ShowGribi.h"
 #include "agent/ShowPolicies.h"
+#include "agent/ShowSbfd.h"
 #include "agent/ShowSegments.h"
 
 namespace Agent {
@@ -43,6 +45,16 @@ Key fecKey(std::string const& text) {
     } catch (Quor::RangeError const&) {
         return std::nullopt;
     }
+}
+
+Key listNameKey(std::string const& text) {
+    auto const name = parseListName(text);
+    return name ? Key(name->text()) : std::nullopt;
+}
+
+Key gribiKey(std::string const& text) {
+    bool const known = text == "running" || text == "nh" || text == "nhg" || text == "mpls";
+    return known ? Key(text) : std::nullopt;
 }
 
 Key anyKey(std::string const& text) {
@@ -89,6 +101,15 @@ void dumpLfib(Machines const& machines, Keel::DumpContext& context) {
     machines.lfibGenSm().dumpState(context, 0);
 }
 
+void dumpSbfd(Machines const& machines, Keel::DumpContext& context) {
+    machines.sbfdInputSm().dumpState(context, 0);
+    machines.sbfdSessionSm().dumpState(context, 0);
+}
+
+void dumpGribi(Machines const& machines, Keel::DumpContext& context) {
+    if (machines.gribiRoot()) machines.gribiRoot()->dumpState(context, 0);
+}
+
 void dumpTunnelMap(Machines const& machines, Keel::DumpContext& context) {
     machines.tunnelMapSm().dumpState(context, 0);
 }
@@ -110,6 +131,9 @@ std::vector<ShowWord> const& showWords() {
         {"tunnel", tunnelKey, "a tunnel as TYPE-INDEX, such as 13-1", showTunnels,
          dumpSegmentLists},
         {"colored-rib", policyKey, policyForm, showColoredRib, dumpPublishing},
+        {"sbfd", listNameKey, "COLOR ENDPOINT CANDIDATE LIST, such as \"100 192.0.2.5 main l1\"",
+         showSbfd, dumpSbfd},
+        {"gribi", gribiKey, "running, nh, nhg or mpls", showGribi, dumpGribi},
         {"tunnel-map", policyKey, policyForm, showTunnelMap, dumpTunnelMap},
         {"syslog", anyKey, "the identifier of a message", showSyslog, nullptr}};
     return words;

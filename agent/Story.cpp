@@ -59,10 +59,8 @@ void Story::markFec(FecId fecId) {
 }
 
 void Story::markTunnel(TunnelId tunnelId) {
-    SrTePolicy::SegmentListId const id(static_cast<std::uint32_t>(tunnelId.index()));
-    if (auto const* const list = host_.tables().exportedLists->segmentList(id)) {
-        mark(list->policyId.key);
-    }
+    auto const* const list = host_.tables().exportedLists->segmentList(segmentListOf(tunnelId));
+    if (list && list->distinguisherId.isPolicyList()) mark(list->policyId.key);
 }
 
 void Story::settled() {

@@ -44,7 +44,17 @@ std::string eventText(Step const& event) {
     }
     addSection("lfib", event.lfib, parts);
     addSection("ti-lfa", event.tiLfa, parts);
+    if (event.bfd) parts.emplace_back("bfd: the global settings");
     addSection("policies", event.policies, parts);
+    addSection("sbfd-session", event.sbfdSession, parts);
+    addSection("counters", event.counters, parts);
+    if (auto const& gribi = event.gribi.configuration) {
+        bool const enabled = gribi->value_or(GribiConfiguration()).enabled;
+        parts.emplace_back(enabled ? "gribi: enabled" : "gribi: disabled");
+    }
+    addSection("gribi nh", event.gribi.nextHop, parts);
+    addSection("gribi nhg", event.gribi.nextHopGroup, parts);
+    addSection("gribi mpls", event.gribi.mpls, parts);
     if (event.clog) parts.emplace_back(*event.clog ? "the log clogs" : "the log flows again");
     if (event.life == Life::stop) parts.emplace_back("the agent stops");
     if (event.life == Life::start) parts.emplace_back("the agent starts");
@@ -138,6 +148,13 @@ void printEnd(std::ostream& out, Run const& run, Paint const& paint) {
     }
 }
 
+/// How many labels of gRIBI clients lead somewhere; nothing when there is none.
+void printGribiEnd(std::ostream& out, Tables const& tables) {
+    auto const entries = tables.gribiAfts->mplsAft->mplsAftEntry().size();
+    auto const routes = tables.gribiLfib->rows().size();
+    if (entries > 0) out << "  gRIBI: " << routes << " of " << entries << " labels installed\n";
+}
+
 void printExpectations(std::ostream& out, std::string const& fileName, Run const& run,
                        Paint const& paint) {
     out << '\n';
@@ -179,6 +196,7 @@ void printSummary(std::ostream& out, std::string const& fileName, std::string co
         printChapter(out, chapter, &chapter == &chapters.front(), paint);
     }
     printEnd(out, run, paint);
+    printGribiEnd(out, run.host().tables());
     printExpectations(out, fileName, run, paint);
 }
 
@@ -202,7 +220,8 @@ void printSummaryJson(std::ostream& out, std::string const& fileName, Run const&
     for (auto const& chapter : run.story().chapters()) {
         json["events"].push_back(chapterJson(chapter));
     }
-    out << json.dump(2) << '\n';
+    // The name of the file may be any bytes.
+    out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
 std::string leftOutNotes(std::string const& scenarioText) {

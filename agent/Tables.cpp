@@ -16,7 +16,7 @@ public:
     void include(SegmentListId id) { largest_ = std::max(largest_, id); }
     void include(TunnelId tunnelId) {
         if (tunnelId.type() != TunnelType::srTeSegmentList) return;
-        include(SegmentListId(static_cast<std::uint32_t>(tunnelId.index())));
+        include(segmentListOf(tunnelId));
     }
     SegmentListId value() const { return largest_; }
 
@@ -56,6 +56,20 @@ void includeTunnels(Largest& largest, Tables const& tables) {
     for (auto row = tables.tunnelMap->entry().begin(); row; row.next()) largest.include(row.key());
     auto const& counters = tables.tunnelCounters->tunnelCounter();
     for (auto row = counters.begin(); row; row.next()) largest.include(row.key());
+    auto const& nextHops = tables.nextHopTunnels->nhToTunnelMap();
+    for (auto row = nextHops.begin(); row; row.next()) largest.include(row.value());
+}
+
+void includeSessions(Largest& largest, Tables const& tables) {
+    for (auto row = tables.sbfdInputConfig->config().begin(); row; row.next()) {
+        largest.include(row.key().segmentListId);
+    }
+    for (auto row = tables.bfdSessions->session().begin(); row; row.next()) {
+        largest.include(row.key().peer.tunnelId);
+    }
+    for (auto row = tables.bfdPeers->peer().begin(); row; row.next()) {
+        largest.include(row.key().tunnelId);
+    }
 }
 
 }  // namespace
@@ -65,7 +79,18 @@ SegmentListId largestSegmentListId(Tables const& tables) {
     includeLists(largest, tables);
     includePolicies(largest, tables);
     includeTunnels(largest, tables);
+    includeSessions(largest, tables);
     return largest.value();
+}
+
+Bfd::AppPeer sbfdSession(SegmentListId id, Bfd::BfdDiscriminator remoteDiscriminator) {
+    static Bfd::AppName const application(bfdApplication);
+    static L3::VrfName const vrf(bfdVrf);
+    return {application, {vrf, id.getTunnelId(), remoteDiscriminator}};
+}
+
+SegmentListId segmentListOf(TunnelId tunnelId) {
+    return SegmentListId(static_cast<std::uint32_t>(tunnelId.index()));
 }
 
 std::optional<SegmentListId> segmentListId(SurvivingTables const& tables,

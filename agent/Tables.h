@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "Platform/Bfd/BfdTables.h"
 #include "Platform/Keel/FieldlogSm.h"
 #include "Platform/Mpls/Config.h"
 #include "Platform/Mpls/LfibMerge.h"
@@ -14,19 +15,25 @@
 #include "Platform/Tunnel/SrTeSegmentListTunnelTable.h"
 #include "Platform/Tunnel/TiLfaTunnelTable.h"
 #include "SrTePolicy/SrTePolicyFecIdRange.h"
+#include "SrTePolicy/SrTePolicySbfdTables.h"
 #include "SrTeTypes/Config.h"
 #include "SrTeTypes/EcPolicy.h"
 #include "SrTeTypes/ExportedSegmentList.h"
+#include "SrTeTypes/GribiAfts.h"
+#include "SrTeTypes/GribiConfig.h"
+#include "SrTeTypes/GribiStatus.h"
 #include "SrTeTypes/PolicyInput.h"
 #include "SrTeTypes/PolicySelectionInput.h"
 #include "SrTeTypes/PolicyStatus.h"
 #include "SrTeTypes/SegmentListStatus.h"
+#include "SrTeTypes/Status.h"
 #include "SrTeTypes/TunnelIdToPolicyKey.h"
 
 namespace Agent {
 
 /// What the router knows without the agent: written by the scenario, read by the machines.
 struct Inputs {
+    Quor::Ptr<SrTePolicy::Status> const agentStatus = SrTePolicy::statusFactory();
     Quor::Ptr<SrTePolicy::Config> const config = SrTePolicy::configFactory();
     Quor::Ptr<SrTePolicy::PolicyInputSource> const sources = SrTePolicy::policyInputSourceFactory();
     Quor::Ptr<Mpls::Config> const mplsConfig = Quor::makePtr<Mpls::Config>();
@@ -39,6 +46,14 @@ struct Inputs {
         Quor::makePtr<Routing::Hardware::Status>();
     Quor::Ptr<Keel::FieldlogSm> const fieldlog = Quor::makePtr<Keel::FieldlogSm>();
     Quor::Ptr<Tunnel::CounterTable> const tunnelCounters = Quor::makePtr<Tunnel::CounterTable>();
+
+    Quor::Ptr<Bfd::ConfigGlobal> const bfdGlobal = Quor::makePtr<Bfd::ConfigGlobal>();
+    Quor::Ptr<Bfd::AppStatus> const bfdAppStatus = Quor::makePtr<Bfd::AppStatus>();
+    /// The rows of our own sessions go with the sessions.
+    Quor::Ptr<Bfd::StatusPeer> const bfdPeers = Quor::makePtr<Bfd::StatusPeer>();
+
+    Quor::Ptr<Gribi::Config> const gribiConfig = Gribi::configFactory();
+    Quor::Ptr<Gribi::GribiAfts> const gribiAfts = Gribi::gribiAftsFactory();
 };
 
 /// What the machines write and what outlives them: forwarding goes on while the agent is away.
@@ -60,6 +75,11 @@ struct SurvivingTables {
     Quor::Ptr<Mpls::LfibStatus> const bindingSidLfib = Quor::makePtr<Mpls::LfibStatus>();
     Quor::Ptr<SrTePolicy::TunnelIdToPolicyKey> const tunnelMap =
         SrTePolicy::tunnelIdToPolicyKeyFactory();
+    Quor::Ptr<SrTePolicy::Sbfd::SbfdInputConfig> const sbfdInputConfig =
+        SrTePolicy::Sbfd::sbfdInputConfigFactory();
+    Quor::Ptr<Bfd::AppConfig> const bfdSessions = Quor::makePtr<Bfd::AppConfig>();
+    Quor::Ptr<Gribi::GribiStatus> const gribiStatus = Gribi::gribiStatusFactory();
+    Quor::Ptr<Gribi::NhToTunnelMap> const nextHopTunnels = Gribi::nhToTunnelMapFactory();
     Quor::Ptr<Mpls::LfibStatus> const gribiLfib = Quor::makePtr<Mpls::LfibStatus>();
 };
 
@@ -83,6 +103,13 @@ inline constexpr SrTePolicy::FecIdRange gribiFecIds{Pooltab::Fib::FecId(0x200000
 /// 0 when none does. A new run of the agent hands out only larger ones.
 SrTePolicy::SegmentListId largestSegmentListId(Tables const& tables);
 
+/// The S-BFD session of a list and a remote discriminator, as the agent asks BFD for it.
+Bfd::AppPeer sbfdSession(SrTePolicy::SegmentListId id, Bfd::BfdDiscriminator remoteDiscriminator);
+inline constexpr char bfdApplication[] = "SrTePolicy";
+inline constexpr char bfdVrf[] = "default";
+
+/// The list that the tunnel of a list carries.
+SrTePolicy::SegmentListId segmentListOf(Tunnel::TunnelTable::TunnelId tunnelId);
 /// The identity that a candidate's list with these labels has; nothing while it is not interned.
 std::optional<SrTePolicy::SegmentListId> segmentListId(SurvivingTables const& tables,
                                                        SrTePolicy::PolicyId const& candidate,

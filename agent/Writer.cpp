@@ -8,14 +8,19 @@ namespace Agent {
 
 namespace {
 
+using Gribi::NextHopGroupId;
+using Gribi::NextHopId;
 using Tunnel::TunnelTable::TunnelId;
+using Wirex::MplsLabel;
 
 /// Writes one router setting to where the machines read it.
 class SettingWriter {
 public:
     explicit SettingWriter(Inputs const& inputs) : inputs_(inputs) {}
 
-    void operator()(AgentEnabled) const {}  // only gRIBI follows it
+    void operator()(AgentEnabled enabled) const {
+        inputs_.agentStatus->enabled.valueIs(enabled.value);
+    }
     void operator()(Srlb srlb) const {
         if (srlb.value) {
             inputs_.mplsConfig->labelRangeIs("srlb", *srlb.value);
@@ -60,15 +65,50 @@ void touchRoutesOver(std::set<std::uint64_t> const& tunnels, Inputs const& input
     }
 }
 
+/// Labels beyond those that a stack holds would change nothing: it is too long for any list.
+Gribi::NhAftEntry entryOf(GribiNextHop const& nextHop) {
+    Gribi::NhAftEntry entry{NextHopId(nextHop.id), {Wirex::MplsLabelAction::push, {}}};
+    auto& stack = entry.labelOperation.stack;
+    for (auto const label : nextHop.pushedLabels) {
+        if (stack.size() < stack.capacity) stack.append(MplsLabel(label));
+    }
+    return entry;
+}
+
+Gribi::NhgAftEntry entryOf(GribiNextHopGroup const& group) {
+    Gribi::NhgAftEntry entry{NextHopGroupId(group.id)};
+    for (auto const& [id, weight] : group.nextHopWeights) entry.nextHopIs(NextHopId(id), weight);
+    return entry;
+}
+
+Gribi::MplsAftEntry entryOf(GribiMplsEntry const& mpls) {
+    return {MplsLabel(mpls.label), NextHopGroupId(mpls.nextHopGroup)};
+}
+
 }  // namespace
 
-void Writer::write(Step const& step) const {
+void Writer::writeRouting(Step const& step) const {
     writeRouter(step.router);
     writeLfib(step.lfib);
     writeTiLfa(step.tiLfa);
-    // Here follow the global BFD settings.
+    if (step.bfd) inputs_.bfdGlobal->timers.valueIs({step.bfd->interval, step.bfd->multiplier});
     writePolicies(step);
-    // Here follows gRIBI.
+}
+
+// Without a configuration gRIBI is enabled.
+void Writer::writeGribi(GribiChanges const& changes) const {
+    if (auto const& written = changes.configuration) {
+        inputs_.gribiConfig->enabled.valueIs(written->value_or(GribiConfiguration()).enabled);
+    }
+    auto const& nextHops = inputs_.gribiAfts->nhAft;
+    auto const& groups = inputs_.gribiAfts->nhgAft;
+    auto const& labels = inputs_.gribiAfts->mplsAft;
+    for (auto const& each : changes.nextHop.written) nextHops->nhAftEntryIs(entryOf(each));
+    for (auto const& each : changes.nextHopGroup.written) groups->nhgAftEntryIs(entryOf(each));
+    for (auto const& each : changes.mpls.written) labels->mplsAftEntryIs(entryOf(each));
+    for (auto const label : changes.mpls.removed) labels->mplsAftEntryDel(MplsLabel(label));
+    for (auto const id : changes.nextHopGroup.removed) groups->nhgAftEntryDel(NextHopGroupId(id));
+    for (auto const id : changes.nextHop.removed) nextHops->nhAftEntryDel(NextHopId(id));
 }
 
 void Writer::writeRouter(std::vector<RouterSetting> const& settings) const {

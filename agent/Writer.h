@@ -11,7 +11,14 @@ class Writer {
 public:
     explicit Writer(Inputs const& inputs) : inputs_(inputs) {}
 
-    void write(Step const& step) const;
+    /// All of it but session reports and counters, which are told by the names of lists.
+    void write(Step const& step) const {
+        writeRouting(step);
+        writeGribi(step.gribi);
+    }
+    /// What comes before reports and counters, and what comes after.
+    void writeRouting(Step const& step) const;
+    void writeGribi(GribiChanges const& changes) const;
 
 private:
     void writeRouter(std::vector<RouterSetting> const& settings) const;

@@ -40,13 +40,15 @@ std::string show(std::vector<std::string> arguments, std::string const& scenario
 
 TEST(Host, EveryExampleHolds) {
     int count = 0;
-    for (auto const& file : std::filesystem::directory_iterator("examples")) {
-        if (file.path().extension() != ".yaml") continue;
-        auto const ended = srte({"run", file.path().string()});
-        EXPECT_EQ(ended.code, 0) << file.path() << '\n' << ended.out << ended.err;
-        ++count;
+    for (auto const* const directory : {"examples", "tests/scenarios"}) {
+        for (auto const& file : std::filesystem::directory_iterator(directory)) {
+            if (file.path().extension() != ".yaml") continue;
+            auto const ended = srte({"run", file.path().string()});
+            EXPECT_EQ(ended.code, 0) << file.path() << '\n' << ended.out << ended.err;
+            ++count;
+        }
     }
-    EXPECT_GE(count, 8);
+    EXPECT_GE(count, 13);
 }
 
 TEST(Host, ExitCodes) {
@@ -64,7 +66,7 @@ TEST(Host, ExitCodes) {
         {{"trace", "-", "--label", "1048576"}, 2, ""},
         {{"import", "topohub", "-"}, 2, ""},
         {{"import", "topohub", "-", "--router", "x", "--metric", "miles"}, 2, ""},
-        {{"show", "-", "gribi"}, 3, ""},
+        {{"show", "-", "gribi", "10"}, 2, ""},
         {{"run", "/nowhere/at/all.yaml"}, 3, ""},
         {{"run", "tests"}, 3, ""},
         {{"import", "topohub", "-", "--router", "x"}, 3, ""},
@@ -77,7 +79,6 @@ TEST(Host, ExitCodes) {
         EXPECT_EQ(ended.err.empty(), code == 0) << line;
         EXPECT_EQ(ended.out.empty(), code != 0) << line;
     }
-    EXPECT_EQ(srte({"show", "-", "sbfd"}).err, "sbfd: not built yet\n");
 }
 
 TEST(Host, HelpBeginsWithTwoExamples) {
@@ -269,6 +270,48 @@ expect:
 )";
     auto const ended = srte({"run", "-"}, scenario.str());
     EXPECT_EQ(ended.code, 0) << ended.out << ended.err;
+}
+
+// Those of the lowest ids that can carry traffic.
+TEST(Host, AGroupUsesSixHundredNextHops) {
+    std::ostringstream nextHops;
+    std::ostringstream weights;
+    for (int id = 1; id <= 602; ++id) {
+        nextHops << id << ": [16005], ";
+        weights << id << ": " << (id == 1 ? 0 : 7) << ", ";
+    }
+    auto const scenario = "lfib: {16005: [{if: et1, out: [17]}]}\ngribi:\n  nh: {" +
+                          nextHops.str() + "}\n  nhg: {10: {" + weights.str() + R"(}}
+events:
+  - {at: 2s, gribi: {nh: {601: []}}}
+expect:
+  - {at: 1s, gribi: {nhg: {10: {next-hops: {1: {reason: weight-0}, 2: {state: used}, 601: {state: used}, 602: {reason: over-600}}}}}}
+  - {at: 3s, gribi: {nhg: {10: {next-hops: {601: {reason: unusable}, 602: {state: used}}}}}}
+)";
+    auto const ended = srte({"run", "-"}, scenario);
+    EXPECT_EQ(ended.code, 0) << ended.out << ended.err;
+}
+
+TEST(Host, ShowsGribiForPeople) {
+    auto const scenario = with(R"(gribi:
+  nh: {1: [16006, 17], 2: [5]}
+  nhg: {10: {1: 3, 2: 1}}
+  mpls: {900: 10, 901: 11}
+)");
+    EXPECT_EQ(show({"gribi"}, scenario),
+              "running  true\n"
+              "nh       1     usable                   16006 17\n"
+              "nh       2     unusable: unresolved     5\n"
+              "nhg      10    installed                FEC 0x0f00000200000000\n"
+              "  nh     1     used                     weight 3\n"
+              "  nh     2     unused: unusable         weight 1\n"
+              "mpls     900   installed                group 10\n"
+              "mpls     901   not-installed: no-group  group 11\n");
+    EXPECT_THAT(show({"gribi", "--dump"}, scenario), HasSubstr("nhToSlMap #2"));
+    EXPECT_EQ(show({"fec", "0x0f00000200000000"}, scenario),
+              "fec                 group  vias\n"
+              "0x0f00000200000000  10     {tunnel: 13-1, weight: 3}\n");
+    EXPECT_THAT(show({"segment-list", "1"}, scenario), HasSubstr("next-hop"));
 }
 
 // Ten delays of a tenth of a second are a second: the task that is due at the time of the event

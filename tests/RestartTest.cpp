@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <list>
@@ -23,12 +24,19 @@ Scenario scenarioOf(std::string const& text) {
 
 std::map<std::string, Scenario> exampleScenarios() {
     std::map<std::string, Scenario> scenarios;
-    for (auto const& file : std::filesystem::directory_iterator("examples")) {
-        if (file.path().extension() != ".yaml") continue;
-        std::ifstream input(file.path());
-        scenarios[file.path().string()] = readScenario(input, file.path().string());
+    for (auto const* const directory : {"examples", "tests/scenarios"}) {
+        for (auto const& file : std::filesystem::directory_iterator(directory)) {
+            if (file.path().extension() != ".yaml") continue;
+            std::ifstream input(file.path());
+            scenarios[file.path().string()] = readScenario(input, file.path().string());
+        }
     }
     return scenarios;
+}
+
+bool clogs(Scenario const& scenario) {
+    return std::any_of(scenario.events.begin(), scenario.events.end(),
+                       [](Step const& event) { return event.clog.has_value(); });
 }
 
 bool atRest(Host const& host) {
@@ -88,7 +96,7 @@ TEST(Restart, WithoutChangesWritesNothing) {
 // and what still exists is at no time withdrawn.
 TEST(Restart, WithChangesWithdrawsNothingThatExists) {
     for (auto const& [name, scenario] : exampleScenarios()) {
-        if (name.ends_with("clogged.yaml")) continue;
+        if (clogs(scenario)) continue;  // who has seen the file is another matter there
         Host running(scenario);
         Host restarted(scenario);
         running.begin();
@@ -156,8 +164,19 @@ TEST(Restart, ADelayedStartGoesOnWhereItWaited) {
                                testing::Contains("route 100003")));
 }
 
+constexpr char everything[] = R"(
+router: {srlb: 100000-100999, colored-rib: true}
+lfib: {16005: [{nh: 10.0.1.2, if: et1, out: [16005]}]}
+policies:
+  1 192.0.2.5: {sbfd: {}, candidates: {c: {bsid: 100001, lists: {l1: {labels: [16005]}}}}}
+  2 192.0.2.5: {candidates: {c: {bsid: 100002, lists: {l1: {labels: [16005]}}}}}
+gribi: {nh: {1: [16005]}, nhg: {10: {1: 1}}, mpls: {900: 10}}
+events:
+  - {at: 1s, clog: true, restart: true}
+)";
+
 TEST(Restart, AnOrderlyStopEmptiesTheTablesConsumersFirst) {
-    auto const scenario = scenarioOf(twoPolicies);
+    auto const scenario = scenarioOf(everything);
     Host host(scenario);
     host.begin();
     SurvivingWrites writes(host.tables());
@@ -167,10 +186,11 @@ TEST(Restart, AnOrderlyStopEmptiesTheTablesConsumersFirst) {
         auto const table = write.substr(0, write.find(' '));
         if (std::find(tables.begin(), tables.end(), table) == tables.end()) tables.push_back(table);
     }
-    EXPECT_THAT(tables,
-                testing::ElementsAre("-route", "-status", "-policy-tunnel", "-fec", "-fec-index",
-                                     "-tunnel-map", "-ec-policy", "-selection-input", "-export",
-                                     "-list-tunnel", "-list-status"));
+    EXPECT_THAT(tables, testing::ElementsAre("-route", "-status", "-policy-tunnel", "-fec",
+                                             "-fec-index", "-tunnel-map", "-ec-policy",
+                                             "-sbfd-session", "-list-status-sbfd", "-sbfd-input",
+                                             "-gribi-route", "-group", "-next-hop", "-export",
+                                             "-list-tunnel", "-list-status", "-selection-input"));
     EXPECT_THAT(rows(host.tables()), testing::IsEmpty());
     EXPECT_EQ(host.machines(), nullptr);
 
@@ -179,7 +199,7 @@ TEST(Restart, AnOrderlyStopEmptiesTheTablesConsumersFirst) {
 }
 
 TEST(Restart, AStopInTheMiddleOfAStartEmptiesTheTablesAsWell) {
-    auto const scenario = scenarioOf(twoPolicies);
+    auto const scenario = scenarioOf(everything);
     Host host(scenario);
     host.begin();
     host.advanceTo(std::chrono::seconds(1));

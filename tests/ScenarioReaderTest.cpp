@@ -228,35 +228,12 @@ TEST(ScenarioReader, ReportsEverythingAtOnceInTheOrderOfTheFile) {
                "lfib: {5: [{ti-lfa: t}], 6: []}\n"
                "counters: {1 1.1.1.1 main l1: true}\n"
                "router: {msd: -1}\n"),
-        "1:1: not built yet\n"
         "1:17: found `0.5ms`, expected an interval in whole milliseconds, such as 50ms, up to "
         "4294967295ms\n"
         "2:21: the file never has the TI-LFA tunnel `t`, there is none\n"
         "2:29: found no vias, expected 1 to 600\n"
         "3:12: the file never has the policy `1 1.1.1.1`, there is none\n"
         "4:15: found `-1`, expected a number of labels from 0 to 255\n");
-}
-
-TEST(ScenarioReader, NamesThePartsThatAreNotBuiltYet) {
-    EXPECT_EQ(faults(R"(policies:
-  1 1.1.1.1: {sbfd: {interval: 50ms}, candidates: {a: {lists: {l: {labels: [1]}}}}}
-bfd: {interval: 300ms, multiplier: 3}
-counters: {1 1.1.1.1 a l: true}
-gribi:
-  nh: {18446744073709551615: [1048576]}
-  nhg: {10: {1: 18446744073709551615}}
-  mpls: {1048576: 5}
-events:
-  - {at: 1s, sbfd-session: {1 1.1.1.1 a l: admin-down}, bfd: null}
-  - {at: 1s, gribi: null, policies: {1 1.1.1.1: {sbfd: null}}}
-  - {at: 1s, counters: {1 1.1.1.1 a l: null}}
-expect:
-  - {at: 1s, sbfd: {1 1.1.1.1 a l: {state: up}}, gribi: {running: true}}
-  - {at: 1s, tunnel-map: {1 1.1.1.1: null}}
-)"),
-              "2:15: not built yet\n3:1: not built yet\n5:1: not built yet\n"
-              "10:14: not built yet\n10:57: not built yet\n11:14: not built yet\n"
-              "11:50: not built yet\n14:14: not built yet\n14:50: not built yet\n");
 }
 
 /// Each via's interface, next hop and operation.
@@ -426,7 +403,7 @@ events:
     EXPECT_EQ(scenario.end(), 2s);
 }
 
-/// The steps of files that use what is not built yet, each of them a patch on the one before.
+/// The steps of files, each of them a patch on the one before.
 class PatchesTest : public testing::Test {
 protected:
     Step take(std::string const& text) {

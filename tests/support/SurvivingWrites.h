@@ -17,6 +17,9 @@ void forEachSurvivingTable(Agent::SurvivingTables const& tables, auto const& vis
     };
     visitOwn("export", tables.exportedLists->segmentList());
     visitOwn("list-status", tables.segmentListStatus->status());
+    visitOwn("list-status-sbfd", tables.segmentListStatus->statusWithSbfd());
+    visitOwn("sbfd-input", tables.sbfdInputConfig->config());
+    visitOwn("sbfd-session", tables.bfdSessions->session());
     visitOwn("list-tunnel", tables.segmentListTunnels->entry());
     visitOwn("status", tables.policyStatus->policyStatusEntry());
     visitOwn("fec-index", tables.policyStatus->fecIdToPolicyKey());
@@ -24,6 +27,9 @@ void forEachSurvivingTable(Agent::SurvivingTables const& tables, auto const& vis
     visitOwn("policy-tunnel", tables.policyTunnels->entry());
     visitOwn("route", tables.bindingSidLfib->rows());
     visitOwn("tunnel-map", tables.tunnelMap->entry());
+    visitOwn("next-hop", tables.nextHopTunnels->nhToTunnelMap());
+    visitOwn("group", tables.gribiStatus->nhgToFecEntry());
+    visitOwn("gribi-route", tables.gribiLfib->rows());
     auto const& selectionInput = *tables.selectionInput;
     visit("selection-input", selectionInput.policyIdEntry(), selectionInput.entrySubject());
     auto const& ecPolicy = *tables.ecPolicy;
@@ -50,6 +56,7 @@ private:
     static std::string keyText(SrTePolicy::PolicyKey const& key) {
         return Agent::policyKeyText(key);
     }
+    static std::string keyText(Bfd::AppPeer const& key) { return key.peer.stringValue(); }
     template <class Key>
     static std::string keyText(Key const& key) {
         return key.stringValue();
