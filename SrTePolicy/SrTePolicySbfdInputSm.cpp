@@ -154,6 +154,7 @@ void SbfdInputSm::addSegmentListSbfdConfig(PolicyKey const& policyKey) {
     } else {
         globalIntervalPolicies_.erase(policyKey);
     }
+    rewriteSbfdConfig(policyKey, settings);
     auto row = policyKeyToIdMap_->firstCandidate(policyKey);
     if (!row || row.key().key != policyKey) {
         SRTE_TRACE(8, "policyKeyToIdMap no key: " << policyKey);
@@ -167,6 +168,16 @@ void SbfdInputSm::addSegmentListSbfdConfig(PolicyKey const& policyKey) {
             configIs(SbfdKey::of(policyKey, entry->wSegmentList[i].segmentListId), settings);
             entry = policySelectionInput_->policyIdEntry(row.key());
         }
+    }
+}
+
+// The lists of a candidate that is not complete yet have their rows already.
+void SbfdInputSm::rewriteSbfdConfig(PolicyKey const& policyKey, PolicySbfdConfig const& settings) {
+    auto const& configs = sbfdInputConfig_->config();
+    for (auto row = configs.lowerBound(SbfdKey::of(policyKey, SegmentListId()));
+         row && row.key().policyKey() == policyKey; row.next()) {
+        auto const listId = row.key().segmentListId;
+        if (segmentListIdToPolicyMap_->hasPolicy(listId, policyKey)) configIs(row.key(), settings);
     }
 }
 

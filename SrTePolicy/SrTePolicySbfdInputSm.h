@@ -59,6 +59,7 @@ private:
     void handleSegmentListUser();  // every list
     void processSegmentListUser(SegmentListId segmentListId, PolicyKey const& policyKey);
     void addSegmentListSbfdConfig(PolicyKey const& policyKey);
+    void rewriteSbfdConfig(PolicyKey const& policyKey, PolicySbfdConfig const& settings);
     void deleteSegmentListSbfdConfig(PolicyKey const& policyKey);
     void configIs(Sbfd::SbfdKey const& key, PolicySbfdConfig const& settings);
     void configDel(Sbfd::SbfdKey const& key);

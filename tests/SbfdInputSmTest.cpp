@@ -110,19 +110,20 @@ TEST_F(SbfdInputSmTest, EveryListOfEveryCandidateOfAConfiguredPolicyHasARow) {
     offer(candidate(P, 1), {1, 2});
     offer(candidate(P, 2), {2, 3});
     offer(candidate(Q, 1), {4});
-    EXPECT_EQ(told(), "");  // nothing before the start
+    use(5, candidate(P, 3));  // a candidate that is not complete yet
+    EXPECT_EQ(told(), "");    // nothing before the start
     sm->handleInitialized();
     sm->handleInitialized();
-    EXPECT_EQ(outputs(), "P1: 50x3@7\nP2: 50x3@7\nP3: 50x3@7\n");
-    EXPECT_EQ(told(), "+P1; +P2; +P3");
+    EXPECT_EQ(outputs(), "P1: 50x3@7\nP2: 50x3@7\nP3: 50x3@7\nP5: 50x3@7\n");
+    EXPECT_EQ(told(), "+P1; +P2; +P3; +P5");
 
     settings(P, 60, 0, 0);  // in place, and as it stands
     settings(P, 60, 0, 0);
-    EXPECT_EQ(outputs(), "P1: 60x0@0\nP2: 60x0@0\nP3: 60x0@0\n");
-    EXPECT_EQ(told(), "+P1; +P2; +P3");
+    EXPECT_EQ(outputs(), "P1: 60x0@0\nP2: 60x0@0\nP3: 60x0@0\nP5: 60x0@0\n");
+    EXPECT_EQ(told(), "+P1; +P2; +P3; +P5");
     settings(Q, 0, 0);
     config->policyIs({P, std::nullopt});
-    EXPECT_EQ(told(), "+Q4; -P1; -P2; -P3");
+    EXPECT_EQ(told(), "+Q4; -P1; -P2; -P3; -P5");
     config->policyDel(Q);
     EXPECT_EQ(told(), "-Q4");
 }
@@ -162,6 +163,7 @@ TEST_F(SbfdInputSmTest, MaxIntervalOnlyGrows) {
     settings(P, 2000, 0);  // what is configured, multiplied
     EXPECT_EQ(most(), 1200u);
     global->timers.valueIs({Bfd::BfdInterval(500), Bfd::BfdMultiplier(3)});
+    EXPECT_EQ(most(), 1200u);
     config->policyDel(P);
     settings(P, 0, 0);
     config->policyDel(P);
