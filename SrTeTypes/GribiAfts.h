@@ -11,10 +11,6 @@
 
 namespace Gribi {
 
-/// The three abstract forwarding tables that gRIBI clients program. Written by the gRIBI server,
-/// which decides what a client may repeat: a row that is written again tells the readers also when
-/// it is equal, and is taken out of forwarding and put back.
-
 /// What a next hop does to a packet: the labels it pushes, top first. A client can send any stack;
 /// one that no segment list can hold leaves the next hop unused.
 struct SRTE_EXPORT NhAftEntry {
@@ -22,6 +18,7 @@ struct SRTE_EXPORT NhAftEntry {
     Wirex::MplsLabelOperation labelOperation;
 };
 
+/// The next hops, by id.
 class SRTE_EXPORT NhAft final : public Quor::PtrInterface {
 public:
     using Entries = Quor::NotifyingMap<NextHopId, NhAftEntry, Quor::WriteRule::notifyAlways>;
@@ -34,6 +31,7 @@ private:
     Entries entries_;
 };
 
+/// A member of a group.
 struct SRTE_EXPORT NextHopWeight {
     NextHopId nextHopId;
     std::uint64_t weight = 0;  ///< the share of the traffic; 0 is none
@@ -58,6 +56,7 @@ private:
     Quor::InlineVector<NextHopWeight, 4> nextHop_;
 };
 
+/// The next-hop groups, by id.
 class SRTE_EXPORT NhgAft final : public Quor::PtrInterface {
 public:
     using Entries = Quor::NotifyingMap<NextHopGroupId, NhgAftEntry, Quor::WriteRule::notifyAlways>;
@@ -78,6 +77,7 @@ struct SRTE_EXPORT MplsAftEntry {
     NextHopGroupId nextHopGroupId;
 };
 
+/// The MPLS entries, by incoming label.
 class SRTE_EXPORT MplsAft final : public Quor::PtrInterface {
 public:
     using Entries =
@@ -91,7 +91,9 @@ private:
     Entries entries_;
 };
 
-/// All three, as the server mounts them.
+/// The abstract forwarding tables that gRIBI clients program. Written by the gRIBI server, in any
+/// order. A row that is written again tells the readers also when it is equal: it leaves forwarding
+/// and comes back. What a client may repeat is the server's to decide.
 class SRTE_EXPORT GribiAfts final : public Quor::PtrInterface {
 public:
     Quor::Ptr<NhAft> const nhAft = Quor::makePtr<NhAft>();

@@ -217,8 +217,9 @@ TEST_F(GribiPublishSmTest, ARestartKeepsWhatIsNamedAndSweepsTheRest) {
                             "-fec0", "-nhg10", "-nhg15", "-0x0600000200000005", "-fec9"));
     EXPECT_THAT(traces.take(), IsSupersetOf({"cleanupUnusedGribiStatus"}));
     groupDel(14);  // its number is not 9's to lose
-    group(16, {{1, 1}});
-    EXPECT_EQ(text(*gribiStatus->nhgToFecEntry(NextHopGroupId(16))), "fec6");
+    clock.advance(301);
+    for (std::uint32_t id = 16; id < 19; ++id) group(id, {{1, 1}});
+    EXPECT_EQ(text(*gribiStatus->nhgToFecEntry(NextHopGroupId(18))), "fec5");
 }
 
 }  // namespace

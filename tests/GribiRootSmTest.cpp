@@ -289,6 +289,7 @@ TEST_F(GribiRootSmTest, TheProcessKnowsTheNewestRootThatIsStillThere) {
     EXPECT_EQ(printed(), whole);
     auto const third = newRoot();
     root->handleDel();
+    root = nullptr;
     EXPECT_NE(printed(), none);
     third->handleDel();
     EXPECT_EQ(printed(), none);
