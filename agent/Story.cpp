@@ -40,7 +40,7 @@ Story::Story(Host const& host)
 }
 
 void Story::eventComes(Step const& event) {
-    chapters_.push_back({event.at, &event, {}});
+    chapters_.push_back({event.at, &event, {}, {}});
     for (auto const& write : event.policies.written) mark(write.policy.key());
     for (auto const& key : event.policies.removed) mark(key);
     // Nobody watches TI-LFA tunnels, and a stop or a crash is about every policy.
@@ -64,7 +64,7 @@ void Story::markTunnel(TunnelId tunnelId) {
 }
 
 void Story::settled() {
-    if (chapters_.back().at != host_.now()) chapters_.push_back({host_.now(), nullptr, {}});
+    if (chapters_.back().at != host_.now()) chapters_.push_back({host_.now(), nullptr, {}, {}});
     if (host_.machines() && host_.machines()->inputSettled()) changed_.merge(unseen_);
     auto& chapter = chapters_.back();
     for (auto const& key : std::exchange(changed_, {})) {
@@ -75,7 +75,9 @@ void Story::settled() {
         chapter.changes.push_back({key, known, after});
         known = std::move(after);
     }
-    bool const nothingToTell = !chapter.event && chapter.changes.empty();
+    auto const labels = gribiLabels(host_.tables());
+    if (std::exchange(gribiLabels_, labels) != labels) chapter.gribi = labels;
+    bool const nothingToTell = !chapter.event && chapter.changes.empty() && !chapter.gribi;
     if (nothingToTell && chapters_.size() > 1) chapters_.pop_back();
 }
 
@@ -92,6 +94,10 @@ Json Story::summary(Host const& host, PolicyKey const& key) {
         for (auto& candidate : summary["candidates"]) candidate = candidate["reason"];
     }
     return summary;
+}
+
+Story::GribiLabels Story::gribiLabels(Tables const& tables) {
+    return {tables.gribiAfts->mplsAft->mplsAftEntry().size(), tables.gribiLfib->rows().size()};
 }
 
 }  // namespace Agent

@@ -23,10 +23,18 @@ public:
         Json before;  ///< as `summary`; null when it was not there
         Json after;   ///< null when it is not there any more
     };
+    /// The labels of gRIBI's clients.
+    struct GribiLabels {
+        std::size_t all = 0;
+        std::size_t installed = 0;
+
+        friend bool operator==(GribiLabels const&, GribiLabels const&) = default;
+    };
     struct Chapter {
         Time at{0};
-        Step const* event = nullptr;  ///< null for the start, and when only time went by
-        std::vector<Change> changes;  ///< in the order of the keys
+        Step const* event = nullptr;       ///< null for the start, and when only time went by
+        std::vector<Change> changes;       ///< in the order of the keys
+        std::optional<GribiLabels> gribi;  ///< when their numbers changed
     };
 
     explicit Story(Host const& host);
@@ -41,6 +49,7 @@ public:
     /// (`paths`); when it is down the reasons, its own and that of each candidate. Null when there
     /// is no such policy.
     static Json summary(Host const& host, PolicyKey const& key);
+    static GribiLabels gribiLabels(Tables const& tables);
 
 private:
     void markAll();
@@ -53,6 +62,7 @@ private:
     std::unordered_map<PolicyKey, Json> known_;
     std::set<PolicyKey> changed_;
     std::set<PolicyKey> unseen_;
+    GribiLabels gribiLabels_;
 
     Quor::Reactor<PolicyKey> statusReactor_;
     Quor::Reactor<PolicyKey> selectedReactor_;

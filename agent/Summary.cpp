@@ -108,11 +108,17 @@ Json pathsOf(Json const& summary) {
     return summary.is_object() && summary.contains("paths") ? summary["paths"] : Json::array();
 }
 
+std::string gribiText(Story::GribiLabels const& labels) {
+    return "gRIBI: " + std::to_string(labels.installed) + " of " +
+           counted(labels.all, "label", "labels") + " installed";
+}
+
 void printChapter(std::ostream& out, Story::Chapter const& chapter, bool first,
                   Paint const& paint) {
     auto const count = chapter.changes.size();
     out << '\n' << paint.strong(chapterText(chapter, first)) << '\n';
-    if (count == 0) out << "  no policy changes\n";
+    if (chapter.gribi) out << "  " << gribiText(*chapter.gribi) << '\n';
+    if (count == 0 && !chapter.gribi) out << "  no policy changes\n";
     if (count > 1) out << "  " << count << " policies " << (first ? "come" : "change") << '\n';
     std::size_t printed = 0;
     for (auto const& change : chapter.changes) {
@@ -140,19 +146,14 @@ void printEnd(std::ostream& out, Run const& run, Paint const& paint) {
     if (!run.host().machines()) out << "  the agent is stopped\n";
     out << "  " << counted(rows.size(), "policy", "policies") << ": " << rows.size() - down.size()
         << " up, " << down.size() << " down\n";
+    auto const labels = Story::gribiLabels(run.host().tables());
+    if (labels.all > 0) out << "  " << gribiText(labels) << '\n';
     for (std::size_t i = 0; i < down.size() && i < maxPoliciesPerChapter; ++i) {
         out << "  " << down[i] << '\n';
     }
     if (down.size() > maxPoliciesPerChapter) {
         out << "  and " << down.size() - maxPoliciesPerChapter << " more\n";
     }
-}
-
-/// How many labels of gRIBI clients lead somewhere; nothing when there is none.
-void printGribiEnd(std::ostream& out, Tables const& tables) {
-    auto const entries = tables.gribiAfts->mplsAft->mplsAftEntry().size();
-    auto const routes = tables.gribiLfib->rows().size();
-    if (entries > 0) out << "  gRIBI: " << routes << " of " << entries << " labels installed\n";
 }
 
 void printExpectations(std::ostream& out, std::string const& fileName, Run const& run,
@@ -178,6 +179,9 @@ Json chapterJson(Story::Chapter const& chapter) {
     for (auto const& change : chapter.changes) {
         json["policy"][policyKeyText(change.key)] = change.after;
     }
+    if (auto const& labels = chapter.gribi) {
+        json["gribi"] = {{"labels", labels->all}, {"installed", labels->installed}};
+    }
     return json;
 }
 
@@ -196,7 +200,6 @@ void printSummary(std::ostream& out, std::string const& fileName, std::string co
         printChapter(out, chapter, &chapter == &chapters.front(), paint);
     }
     printEnd(out, run, paint);
-    printGribiEnd(out, run.host().tables());
     printExpectations(out, fileName, run, paint);
 }
 

@@ -114,11 +114,8 @@ Wirex::BoundedMplsLabelStack labelsOf(SrTePolicy::Export::SegmentList const& lis
 void clearPublishOutputs(SurvivingTables const& tables) {
     tables.policyStatus->policyStatusEntryDelAll();
     tables.policyTunnels->entryDelAll();
-    auto const inRange = [](Pooltab::Fib::FecId fecId) {
-        return fecId.masked() >= policyFecIds.min && fecId.masked() <= policyFecIds.max;
-    };
     for (auto row = tables.forwarding->fec().begin(); row; row.next()) {
-        if (inRange(row.key())) tables.forwarding->fecDel(row.key());
+        if (policyFecIds.has(row.key())) tables.forwarding->fecDel(row.key());
     }
     tables.policyStatus->fecIdToPolicyKeyDelAll();
 }

@@ -1,5 +1,6 @@
 #include "agent/Writer.h"
 
+#include <map>
 #include <set>
 
 #include "Platform/Mpls/LfibWriter.h"
@@ -77,7 +78,9 @@ Gribi::NhAftEntry entryOf(GribiNextHop const& nextHop) {
 
 Gribi::NhgAftEntry entryOf(GribiNextHopGroup const& group) {
     Gribi::NhgAftEntry entry{NextHopGroupId(group.id)};
-    for (auto const& [id, weight] : group.nextHopWeights) entry.nextHopIs(NextHopId(id), weight);
+    std::map<std::uint64_t, std::uint64_t> const ascending(group.nextHopWeights.begin(),
+                                                           group.nextHopWeights.end());
+    for (auto const& [id, weight] : ascending) entry.nextHopIs(NextHopId(id), weight);
     return entry;
 }
 
