@@ -79,15 +79,6 @@ TEST(SbfdTypes, PrintedFormsParseBack) {
               "vrf red tunnel 13-7 discriminator 9");
 }
 
-TEST(SbfdTypes, OrderedByFieldSoThatThoseOfAPolicyStandTogether) {
-    EXPECT_LT(key(9, 100), key(1, 101));
-    EXPECT_LT(key(1), key(2));
-    EXPECT_LT(SbfdSessionKey({SegmentListId(1), rd(9)}), SbfdSessionKey({SegmentListId(2), rd(1)}));
-    EXPECT_LT(Bfd::AppName("a"), Bfd::AppName("b"));
-    EXPECT_EQ(Bfd::AppName("a"), Bfd::AppName("a"));
-    EXPECT_EQ(Bfd::AppName(""), Bfd::AppName());
-}
-
 TEST(SbfdTypes, DumpsAreOneLineForEachRow) {
     SbfdInputConfig input;
     SegmentListSbfdConfig const config{key(7), rd(9), params(50, 3)};
@@ -104,47 +95,29 @@ TEST(SbfdSessionUser, TheFastestPairIsKnownAtEverySize) {
     struct {
         char const* what;
         std::vector<SbfdParams> asked;
-        SbfdParams fastest;
+        SbfdParams global, fastest;
     } const cases[] = {
-        {"one user", {params(50, 3)}, params(50, 3)},
-        {"the smallest product, as a pair", {params(50, 10), params(300, 1)}, params(300, 1)},
-        {"of equal products the smaller interval",
-         {params(300, 1), params(100, 3)},
-         params(100, 3)},
-        {"64 bits", {params(~0u, 3), params(~0u, 2)}, params(~0u, 2)},
-        {"the global pair", {params(0, 9), params(101, 3)}, params(100, 3)},
-        {"the global multiplier", {params(90, 0), params(95, 0), params(0, 0)}, params(90, 3)},
-        {"no detection time at all", {}, params(0, 0)},
+        {"a whole pair", {params(50, 10), params(300, 1)}, {}, params(300, 1)},
+        {"the smaller interval", {params(300, 1), params(100, 3)}, {}, params(100, 3)},
+        {"64 bits", {params(~0u, 3), params(~0u, 2)}, {}, params(~0u, 2)},
+        {"the global pair", {params(0, 9), params(101, 3)}, params(100, 3), params(100, 3)},
+        {"its multiplier", {params(90, 0), params(95, 0)}, params(100, 3), params(90, 3)},
+        {"no time at all", {params(0, 5), params(20, 0)}, {}, params(0, 0)},
+        {"some time", {params(0, 5), params(20, 0)}, params(0, 2), params(20, 2)},
+        {"any time", {params(0, 5), params(20, 0), params(~0u, ~0u)}, {}, params(~0u, ~0u)},
     };
-    for (auto const& [what, asked, fastest] : cases) {
-        for (std::uint32_t const slower : {0u, 100u}) {
+    for (auto const& [what, asked, global, fastest] : cases) {
+        for (std::uint32_t const others : {0u, 100u}) {
             SbfdSessionUser user;
-            for (std::uint32_t i = 0; i < slower && !asked.empty(); ++i) {
-                user.sbfdStatusIs(key(i), params(~0u - i, ~0u));
+            for (std::uint32_t i = 0; i < asked.size(); ++i) user.sbfdStatusIs(key(i), asked[i]);
+            for (std::uint32_t i = 0; i < others; ++i) {
+                user.sbfdStatusIs(key(1000 + i), asked[i % asked.size()]);
             }
-            for (std::uint32_t i = 0; i < asked.size(); ++i) {
-                user.sbfdStatusIs(key(1000 + i), asked[i]);
-            }
-            EXPECT_EQ(user.fastest(params(100, 3)), fastest) << what;
+            EXPECT_EQ(user.fastest(global), fastest) << what;
+            for (std::uint32_t i = 0; i < asked.size(); ++i) user.sbfdStatusDel(key(i), asked[i]);
+            EXPECT_EQ(user.size(), others);
         }
     }
-}
-
-// A pair without detection time counts only when there is no other.
-TEST(SbfdSessionUser, WithoutGlobalSettingsAUserOnThemAsksForNothing) {
-    SbfdSessionUser user;
-    user.sbfdStatusIs(key(1), params(0, 5));
-    EXPECT_EQ(user.fastest({}), params(0, 0));
-    user.sbfdStatusIs(key(2), params(20, 0));
-    EXPECT_EQ(user.fastest({}), params(0, 0));
-    EXPECT_EQ(user.fastest(params(0, 2)), params(20, 2));
-    EXPECT_TRUE(user.hasGlobal());
-    user.sbfdStatusIs(key(3), params(~0u, ~0u));
-    EXPECT_EQ(user.fastest({}), params(~0u, ~0u));
-    user.sbfdStatusDel(key(1), params(0, 5));
-    user.sbfdStatusDel(key(2), params(20, 0));
-    EXPECT_FALSE(user.hasGlobal());
-    EXPECT_EQ(user.size(), 1u);
 }
 
 }  // namespace
