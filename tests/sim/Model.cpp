@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tests/sim/ModelOutcome.h"
+#include "tests/sim/ModelRows.h"
 #include "tests/sim/Words.h"
 
 namespace Sim {
@@ -18,7 +19,7 @@ using Wirex::MplsLabel;
 std::string listsInWords(std::vector<WeightedList> const& lists) {
     std::string text;
     for (auto const& [list, weight] : lists) {
-        text += words("", std::span(list->content.labels), "of", list->content.policyId, weight);
+        text += words("", list->content, weight);
     }
     return text;
 }
@@ -34,12 +35,15 @@ void addInputRows(Rows& rows, Outcome const& outcome) {
     }
 }
 
-/// Every list is used by its own candidate alone.
-void addListRows(Rows& rows, Outcome const& outcome) {
+/// A policy's list is used by its own candidate alone.
+void addListRows(Rows& rows, Agent::Inputs const& inputs, Outcome const& outcome) {
     for (auto const& [content, list] : outcome.lists) {
-        auto const name = words(std::span(content.labels), "of", content.policyId);
+        auto const name = words(content);
         rows.push_back(words("list", name));
-        rows.push_back(words("user of", name, "is", content.policyId));
+        if (content.isOfPolicy()) {
+            rows.push_back(words("user of", name, "is", content.policyId));
+            addSbfdRows(rows, inputs, list);
+        }
         if (list.resolution) rows.push_back(words("status of", name, list.resolution->error));
         if (!list.usable()) continue;
         rows.push_back(words("tunnel of", name));
@@ -94,7 +98,7 @@ void addFecRows(Rows& rows, std::string const& name, Candidate const& active, Mp
     rows.push_back(words("index of", name, "is", active.id().key));
     rows.push_back(name);
     for (auto const& [list, weight] : active.usable) {
-        rows.back() += words("", std::span(list->content.labels), "of", active.id(), weight, label);
+        rows.back() += words("", list->content, weight, label);
     }
 }
 
@@ -119,13 +123,18 @@ void addPublishedRows(Rows& rows, Agent::Inputs const& inputs, Candidate const& 
     rows.push_back(words("route of", entry.bindingSid, "24 1 10 1 5", fecs.label));
 }
 
-/// A route of another application wins over one of ours.
+/// A route of another application wins over one of gRIBI's, and that over a policy's.
 void addMergedRows(Rows& rows, Agent::Inputs const& inputs, Outcome const& outcome) {
     for (auto row = inputs.otherLfib->rows().begin(); row; row.next()) {
         rows.push_back(words("merged", row.key().topLabel(), "theirs"));
     }
+    for (auto const& [label, group] : outcome.gribiRoutes) {
+        if (!Expected::otherRoute(inputs, label)) rows.push_back(words("merged", label, "gRIBI's"));
+    }
     for (auto const& [label, holder] : outcome.bindingSidHolder) {
-        if (!Expected::otherRoute(inputs, label)) rows.push_back(words("merged", label, "ours"));
+        bool const beaten =
+            Expected::otherRoute(inputs, label) || outcome.gribiRoutes.contains(label);
+        if (!beaten) rows.push_back(words("merged", label, "ours"));
     }
 }
 
@@ -135,7 +144,9 @@ Rows expectedRows(Agent::Inputs const& inputs, Witnesses const& witnesses) {
     auto const outcome = Expected::outcome(inputs, witnesses);
     auto rows = outcome.unwarranted;
     addInputRows(rows, outcome);
-    addListRows(rows, outcome);
+    addListRows(rows, inputs, outcome);
+    addTunnelMapRows(rows, inputs, outcome, witnesses);
+    addGribiRows(rows, outcome);
     addSegmentRows(rows, inputs, outcome);
     addSelectionRows(rows, outcome);
     for (auto const& [key, policy] : outcome.policies) {

@@ -13,15 +13,6 @@ using SrTePolicy::PolicyInvalidReason;
 using SrTePolicy::PolicyKey;
 using Wirex::MplsLabel;
 
-bool canBeInterned(SrTePolicy::WeightedLabels const& list) {
-    auto const& stack = list.labels.stack;
-    if (stack.size() > SrTePolicy::Export::SegmentList::maxSize) return false;
-    for (std::size_t i = 0; i < stack.size(); ++i) {
-        if (!stack.label(i).isReal()) return false;
-    }
-    return true;
-}
-
 /// A range may end above the labels, and then still holds labels only.
 bool inSrlb(MplsLabel label, Agent::Inputs const& inputs) {
     auto const* const range = inputs.mplsConfig->labelRange("srlb");
@@ -30,27 +21,31 @@ bool inSrlb(MplsLabel label, Agent::Inputs const& inputs) {
     return label.value() >= base && label.value() < base + range->size();
 }
 
-bool inUseByOthers(MplsLabel label, Agent::Inputs const& inputs) {
-    auto const* const route = otherRoute(inputs, label);
-    return route && route->source != Mpls::LFib::Source::srTePolicy;
+bool inUseByOthers(MplsLabel label, Agent::Inputs const& inputs, Outcome const& outcome) {
+    if (auto const* const route = otherRoute(inputs, label)) {
+        return route->source != Mpls::LFib::Source::srTePolicy;
+    }
+    return outcome.gribiRoutes.contains(label);
 }
 
-PolicyInvalidReason verdict(PolicyInputEntry const& entry, Agent::Inputs const& inputs) {
+PolicyInvalidReason verdict(PolicyInputEntry const& entry, Agent::Inputs const& inputs,
+                            Outcome const& outcome) {
     auto const& lists = entry.segmentList;
     if (lists.empty()) return PolicyInvalidReason::noSegmentLists;
     if (entry.bindingSid.isNull()) {
         if (inputs.config->specifiedBsidOnly()) return PolicyInvalidReason::bsidMissing;
     } else if (!inSrlb(entry.bindingSid, inputs)) {
         return PolicyInvalidReason::bsidOutOfRange;
-    } else if (inUseByOthers(entry.bindingSid, inputs)) {
+    } else if (inUseByOthers(entry.bindingSid, inputs, outcome)) {
         return PolicyInvalidReason::bsidInUse;
     }
-    bool const fit = std::all_of(lists.begin(), lists.end(), canBeInterned);
+    bool const fit = std::all_of(lists.begin(), lists.end(),
+                                 [](auto const& list) { return canBeInterned(list.labels.stack); });
     return fit ? PolicyInvalidReason::usable : PolicyInvalidReason::noSegmentLists;
 }
 
 ListContent contentOf(PolicyInputEntry const& entry, Wirex::BoundedMplsLabelStack const& stack) {
-    ListContent content{entry.policyId, {}};
+    ListContent content{entry.policyId, {}, {}};
     for (std::size_t i = 0; i < stack.size(); ++i) content.labels.push_back(stack.label(i));
     return content;
 }
@@ -60,19 +55,12 @@ void take(PolicyInputEntry const& entry, Agent::Inputs const& inputs, Outcome& o
     if (entry == PolicyInputEntry(entry.policyId)) return;  // it says that there is none
     auto& candidate = outcome.candidates.emplace_back();
     candidate.entry = &entry;
-    candidate.reason = verdict(entry, inputs);
+    candidate.reason = verdict(entry, inputs, outcome);
     if (!candidate.valid()) return;
     for (auto const& [labels, weight] : entry.segmentList) {
         auto& list = outcome.lists[contentOf(entry, labels.stack)];
         candidate.lists.push_back({&list, weight});
     }
-}
-
-void resolve(List& list, Agent::Inputs const& inputs, Outcome const& outcome) {
-    auto const& labels = list.content.labels;
-    auto const top = labels.empty() ? std::nullopt : segment(inputs, outcome, labels.front());
-    list.resolution.reset();
-    if (top) list.resolution = resolution(labels, *top, inputs);
 }
 
 /// Below zero when `a` is the lower originator: AS first, then the address as a number of 128 bits,
@@ -98,12 +86,11 @@ bool isBetter(Candidate const* a, Candidate const* b) {
     return compare({p.originator, p.originatorAs}, {q.originator, q.originatorAs}) < 0;
 }
 
-void select(Agent::Inputs const& inputs, Outcome& outcome) {
+void select(Outcome& outcome) {
     for (auto& candidate : outcome.candidates) {
-        // Without S-BFD's word a policy that asks for it has no usable list.
-        if (inputs.config->sbfdConfigured(candidate.id().key)) continue;
         for (auto const& list : candidate.lists) {
-            if (list.list->usable()) candidate.usable.push_back(list);
+            if (!list.list->usable() || list.list->sessionDown) continue;
+            candidate.usable.push_back(list);
         }
         if (candidate.usable.empty()) continue;
         outcome.policies[candidate.id().key].candidates.push_back(&candidate);
@@ -152,7 +139,7 @@ void publish(Witnesses const& witnesses, Outcome& outcome) {
     }
 }
 
-/// A list whose top label is a binding SID of ours has a record to resolve over, but never becomes
+/// A list whose top label has a route of ours has a record to resolve over, but never becomes
 /// usable by it: so this comes last.
 void resolveOverOwnRoutes(Agent::Inputs const& inputs, Outcome& outcome) {
     for (auto& [content, list] : outcome.lists) {
@@ -165,6 +152,23 @@ void resolveOverOwnRoutes(Agent::Inputs const& inputs, Outcome& outcome) {
 
 }  // namespace
 
+bool canBeInterned(Wirex::BoundedMplsLabelStack const& labels) {
+    if (labels.size() > SrTePolicy::Export::SegmentList::maxSize) return false;
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+        if (!labels.label(i).isReal()) return false;
+    }
+    return true;
+}
+
+/// Only a policy's list may lead over a protected label.
+void resolve(List& list, Agent::Inputs const& inputs, Outcome const& outcome) {
+    auto const& labels = list.content.labels;
+    auto const top = labels.empty() ? std::nullopt : segment(inputs, outcome, labels.front());
+    list.resolution.reset();
+    if (!top || (top->overTiLfa && !list.content.isOfPolicy())) return;
+    list.resolution = resolution(labels, *top, inputs);
+}
+
 Mpls::ConsolidatedLfibRoute const* otherRoute(Agent::Inputs const& inputs, MplsLabel label) {
     return inputs.otherLfib->consolidatedRoute(Mpls::RouteKey::fromLabel(label));
 }
@@ -172,7 +176,9 @@ Mpls::ConsolidatedLfibRoute const* otherRoute(Agent::Inputs const& inputs, MplsL
 std::optional<Segment> segment(Agent::Inputs const& inputs, Outcome const& outcome,
                                MplsLabel label) {
     if (auto const* const route = otherRoute(inputs, label)) return segment(route);
-    if (!outcome.bindingSidHolder.contains(label)) return std::nullopt;
+    bool const own =
+        outcome.gribiRoutes.contains(label) || outcome.bindingSidHolder.contains(label);
+    if (!own) return std::nullopt;
     return Segment{Mpls::LfibViaType::extFec, {}, {}, false};
 }
 
@@ -183,6 +189,7 @@ ExplicitNull explicitNull(PolicyKey const& key, SrTePolicy::Enlp enlp) {
 
 Outcome outcome(Agent::Inputs const& inputs, Witnesses const& witnesses) {
     Outcome outcome;
+    takeGribi(inputs, outcome);
     for (auto source = inputs.sources->policyInput().begin(); source; source.next()) {
         auto const& entries = source.value()->policyInputEntry();
         for (auto row = entries.begin(); row; row.next()) take(row.value(), inputs, outcome);
@@ -190,8 +197,9 @@ Outcome outcome(Agent::Inputs const& inputs, Witnesses const& witnesses) {
     for (auto& [content, list] : outcome.lists) {
         list.content = content;
         resolve(list, inputs, outcome);
+        list.sessionDown = sessionDown(inputs, witnesses, content);
     }
-    select(inputs, outcome);
+    select(outcome);
     publish(witnesses, outcome);
     resolveOverOwnRoutes(inputs, outcome);
     return outcome;

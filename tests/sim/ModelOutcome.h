@@ -11,13 +11,15 @@
 #include "tests/sim/Model.h"
 #include "tests/sim/ModelForwarding.h"
 
-/// The model's rules from the candidates of the sources to the binding SIDs' routes.
+/// The model's rules from the candidates of the sources to the binding SIDs' routes, and from the
+/// entries of gRIBI's clients to theirs.
 namespace Sim::Expected {
 
 /// A live list.
 struct List {
     ListContent content;
     std::optional<Resolution> resolution;  ///< nothing when it cannot be resolved at all
+    bool sessionDown = false;
 
     bool usable() const { return resolution && resolution->usable(); }
 };
@@ -52,17 +54,35 @@ struct Outcome {
     std::map<ListContent, List> lists;
     std::map<SrTePolicy::PolicyKey, Policy> policies;
     std::map<Wirex::MplsLabel, SrTePolicy::PolicyKey> bindingSidHolder;
+
+    std::map<Gribi::NextHopId, List const*> nextHops;  ///< those with a list
+    /// Those with a FEC, and the members that share their traffic.
+    std::map<Gribi::NextHopGroupId, std::vector<Gribi::NextHopWeight>> groups;
+    std::map<Wirex::MplsLabel, Gribi::NextHopGroupId> gribiRoutes;
+
     Rows unwarranted;  ///< witnesses that nothing bears out
 };
 
 Outcome outcome(Agent::Inputs const& inputs, Witnesses const& witnesses);
 
-/// The route of `label` that is not ours, or null.
+/// The route of `label` that another application has, or null.
 Mpls::ConsolidatedLfibRoute const* otherRoute(Agent::Inputs const& inputs, Wirex::MplsLabel label);
 
 /// A label's status record; nothing when it has none.
 std::optional<Segment> segment(Agent::Inputs const& inputs, Outcome const& outcome,
                                Wirex::MplsLabel label);
+
+bool canBeInterned(Wirex::BoundedMplsLabelStack const& labels);
+
+/// Resolves `list` over the routes that are known so far.
+void resolve(List& list, Agent::Inputs const& inputs, Outcome const& outcome);
+
+/// All that gRIBI has in an outcome. To be asked first: its routes stand over those of policies.
+void takeGribi(Agent::Inputs const& inputs, Outcome& outcome);
+
+/// Whether a list's session takes it out of use: only a peer that is reported down does.
+bool sessionDown(Agent::Inputs const& inputs, Witnesses const& witnesses,
+                 ListContent const& content);
 
 /// Which unlabelled traffic gets an explicit null, and so a FEC of its own (RFC 9830, 2.4.5).
 struct ExplicitNull {

@@ -1,81 +1,12 @@
 #include <algorithm>
-#include <span>
 
 #include "tests/sim/Model.h"
+#include "tests/sim/Names.h"
 #include "tests/sim/Words.h"
 
 namespace Sim {
 
 namespace {
-
-using Pooltab::Fib::FecId;
-using SrTePolicy::SegmentListId;
-using Tunnel::TunnelTable::TunnelId;
-using Tunnel::TunnelTable::TunnelType;
-
-std::span<Wirex::MplsLabel const> labelsOf(SrTePolicy::Export::SegmentList const& list) {
-    return std::span(list.segment).first(std::min<std::size_t>(list.size, list.maxSize));
-}
-
-/// What identities stand for. One that stands for nothing keeps its number, and so matches nothing
-/// that is expected.
-class Names {
-public:
-    explicit Names(Agent::SurvivingTables const& tables) {
-        auto const& lists = *tables.exportedLists;
-        for (auto row = lists.segmentList().begin(); row; row.next()) addList(row.value());
-        auto const& policies = tables.policyStatus->policyStatusEntry();
-        for (auto row = policies.begin(); row; row.next()) addFecs(row.value());
-    }
-
-    std::string list(SegmentListId id) const {
-        auto const found = lists_.find(id);
-        return found == lists_.end() ? words("list number", id.value()) : found->second;
-    }
-    std::string list(TunnelId tunnelId) const {
-        if (tunnelId.type() == TunnelType::srTeSegmentList) {
-            return list(SegmentListId(static_cast<std::uint32_t>(tunnelId.index())));
-        }
-        return "tunnel " + tunnelId.stringValue();
-    }
-    std::string fec(FecId id) const {
-        auto const found = fecs_.find(id);
-        return found == fecs_.end() ? "FEC " + id.stringValue() : found->second;
-    }
-    /// The FEC that a tunnel of the colored RIB leads into.
-    std::string fec(TunnelId tunnelId) const {
-        if (tunnelId.type() != TunnelType::srTePolicy) return "tunnel " + tunnelId.stringValue();
-        return fec(FecId::fecIdForAdjType(Pooltab::Fib::AdjType::srTePolicy, tunnelId.index()));
-    }
-
-private:
-    void addList(SrTePolicy::Export::SegmentList const& list) {
-        auto& name = lists_[list.segmentListId];
-        name = words(labelsOf(list), "of", list.policyId);
-        auto const distinguisher = list.distinguisherId;
-        if (!distinguisher.isPolicyList()) name += words(" apart", distinguisher.value());
-    }
-    void addFecs(SrTePolicy::PolicyStatusEntry const& entry) {
-        addFec(entry, entry.labelFecId, "label");
-        addFec(entry, entry.v4FecId, "v4");
-        addFec(entry, entry.v6FecId, "v6");
-    }
-    /// One FEC may have several roles; those of a policy are of its own kind and range.
-    void addFec(SrTePolicy::PolicyStatusEntry const& entry, FecId id, std::string_view role) {
-        auto const range = Agent::policyFecIds;
-        bool const inRange = id.masked() >= range.min && id.masked() <= range.max;
-        auto& name = fecs_[id];
-        if (name.empty()) {
-            name = words("FEC of", entry.key, "for", role);
-        } else {
-            name += "+" + std::string(role);
-        }
-        if (!inRange || id.adjType() != Pooltab::Fib::AdjType::srTePolicy) name += " out of range";
-    }
-
-    std::map<SegmentListId, std::string> lists_;
-    std::map<FecId, std::string> fecs_;
-};
 
 void addInputRows(Rows& rows, Agent::Tables const& tables, Agent::RunTables const& run,
                   Names const& names) {
@@ -105,13 +36,44 @@ void addListRows(Rows& rows, Agent::Tables const& tables, Agent::RunTables const
     for (auto row = tables.segmentListStatus->status().begin(); row; row.next()) {
         rows.push_back(words("status of", names.list(row.key()), row.value()));
     }
+    for (auto row = tables.segmentListTunnels->entry().begin(); row; row.next()) {
+        rows.push_back(words("tunnel of", names.list(row.key())));
+        for (auto const& via : row.value().vias()) rows.back() += words("", via);
+    }
+}
+
+void addSbfdRows(Rows& rows, Agent::Tables const& tables, Names const& names) {
     for (auto row = tables.segmentListStatus->statusWithSbfd().begin(); row; row.next()) {
         rows.push_back(words("status for", row.key().policyKey(), "of",
                              names.list(row.key().segmentListId), row.value()));
     }
-    for (auto row = tables.segmentListTunnels->entry().begin(); row; row.next()) {
-        rows.push_back(words("tunnel of", names.list(row.key())));
-        for (auto const& via : row.value().vias()) rows.back() += words("", via);
+    for (auto row = tables.sbfdInputConfig->config().begin(); row; row.next()) {
+        auto const& [interval, multiplier, discriminator] = row.value();
+        rows.push_back(words("S-BFD for", row.key().policyKey(), "of",
+                             names.list(row.key().segmentListId), interval.value(),
+                             multiplier.value(), discriminator.value()));
+    }
+    for (auto row = tables.bfdSessions->session().begin(); row; row.next()) {
+        auto const& [app, peer] = row.key();
+        auto const& [interval, multiplier] = row.value();
+        rows.push_back(words("session", peer.vrf.stringValue(), app.stringValue(),
+                             names.list(peer.tunnelId), peer.remoteDiscriminator.value(),
+                             interval.value(), multiplier.value()));
+    }
+}
+
+/// Whether a tunnel is that of a live list of a policy.
+bool isInUse(Agent::SurvivingTables const& tables, Tunnel::TunnelTable::TunnelId tunnelId) {
+    auto const* const list = tables.exportedLists->segmentList(Agent::segmentListOf(tunnelId));
+    return list && list->distinguisherId.isPolicyList();
+}
+
+void addTunnelMapRows(Rows& rows, Agent::Tables const& tables, Names const& names) {
+    for (auto row = tables.tunnelMap->entry().begin(); row; row.next()) {
+        auto const& key = row.value().policyKey;
+        rows.push_back(isInUse(tables, row.key())
+                           ? words("owner of", names.list(row.key()), "is", key)
+                           : words("former owner of", row.key().stringValue(), "was", key));
     }
 }
 
@@ -166,15 +128,6 @@ void addPublishedRows(Rows& rows, Agent::Tables const& tables, Names const& name
     for (auto row = status.fecIdToPolicyKey().begin(); row; row.next()) {
         rows.push_back(words("index of", names.fec(row.key()), "is", row.value()));
     }
-    for (auto row = tables.forwarding->fec().begin(); row; row.next()) {
-        auto const id = row.key().masked();
-        if (id < Agent::policyFecIds.min || id > Agent::policyFecIds.max) continue;
-        rows.push_back(names.fec(row.key()));
-        for (auto const& via : row.value().vias()) {
-            rows.back() += words("", names.list(via.tunnelId()), via.weight(), via.label());
-            if (via.labelAction() != Wirex::MplsLabelAction::none) rows.back() += " action";
-        }
-    }
     for (auto row = tables.policyTunnels->entry().begin(); row; row.next()) {
         auto const& entry = row.value();
         SrTePolicy::PolicyKey const key{entry.endpoint.address, entry.color};
@@ -183,11 +136,48 @@ void addPublishedRows(Rows& rows, Agent::Tables const& tables, Names const& name
     }
 }
 
-void addRouteRows(Rows& rows, Agent::Tables const& tables, Names const& names) {
-    for (auto row = tables.bindingSidLfib->rows().begin(); row; row.next()) {
+bool isWithin(SrTePolicy::FecIdRange const& range, Pooltab::Fib::FecId id) {
+    return range.min <= id.masked() && id.masked() <= range.max;
+}
+
+std::string inWords(Pooltab::Fib::Via const& via, Names const& names) {
+    auto text = words("", names.list(via.tunnelId()), via.weight(), via.label());
+    if (via.labelAction() != Wirex::MplsLabelAction::none) text += " action";
+    return text;
+}
+
+/// The vias of a policy stand in the order of its lists; those of a group in that of their tunnels,
+/// which is history's.
+void addFecRows(Rows& rows, Agent::Tables const& tables, Names const& names) {
+    for (auto row = tables.forwarding->fec().begin(); row; row.next()) {
+        bool const ofGroup = isWithin(Agent::gribiFecIds, row.key());
+        if (!ofGroup && !isWithin(Agent::policyFecIds, row.key())) continue;
+        auto const vias = row.value().vias();
+        std::vector<std::string> texts;
+        for (auto const& via : vias) texts.push_back(inWords(via, names));
+        if (ofGroup) std::sort(texts.begin(), texts.end());
+        rows.push_back(names.fec(row.key()));
+        for (auto const& text : texts) rows.back() += text;
+        bool const inOrder = std::ranges::is_sorted(vias, {}, &Pooltab::Fib::Via::tunnelId);
+        if (ofGroup && !inOrder) rows.back() += " out of order";
+    }
+}
+
+void addGribiRows(Rows& rows, Agent::Tables const& tables, Names const& names) {
+    for (auto row = tables.nextHopTunnels->nhToTunnelMap().begin(); row; row.next()) {
+        rows.push_back(words("next hop", row.key().value(), "in", names.list(row.value())));
+    }
+    for (auto row = tables.gribiStatus->nhgToFecEntry().begin(); row; row.next()) {
+        rows.push_back(words("group", row.key().value()));
+    }
+}
+
+void addRouteRows(Rows& rows, std::string const& what, Mpls::LfibStatus const& lfib,
+                  Names const& names) {
+    for (auto row = lfib.rows().begin(); row; row.next()) {
         auto const& route = row.value()->route;
         auto const& via = route.extFecVia;
-        rows.push_back(words("route of", row.key().topLabel(), route.source, route.metric.value(),
+        rows.push_back(words(what, row.key().topLabel(), route.source, route.metric.value(),
                              route.viaType, via.labelAction, via.payloadType,
                              names.fec(via.fecId)));
         bool const plain = route.key == row.key() && route.fec == Wirex::IpGenPrefix() &&
@@ -195,11 +185,16 @@ void addRouteRows(Rows& rows, Agent::Tables const& tables, Names const& names) {
                            via.leading == decltype(via.leading){};
         if (!plain) rows.back() += " and more";
     }
+}
+
+void addMergedRows(Rows& rows, Agent::Tables const& tables) {
     for (auto row = tables.lfib().rows().begin(); row; row.next()) {
         auto const& route = row.value()->route;
         auto const* const theirs = tables.otherLfib->consolidatedRoute(row.key());
+        auto const* const gribi = tables.gribiLfib->consolidatedRoute(row.key());
         auto const* const ours = tables.bindingSidLfib->consolidatedRoute(row.key());
         auto const* const whose = theirs && *theirs == route ? "theirs"
+                                  : gribi && *gribi == route ? "gRIBI's"
                                   : ours && *ours == route   ? "ours"
                                                              : "stale";
         rows.push_back(words("merged", row.key().topLabel(), whose));
@@ -216,8 +211,11 @@ Witnesses witnesses(Agent::SurvivingTables const& tables) {
         if (!bindingSid.isNull()) found.bindingSidHolder[bindingSid] = row.key();
     }
     for (auto row = tables.exportedLists->segmentList().begin(); row; row.next()) {
-        auto const labels = labelsOf(row.value());
-        found.listId[{row.value().policyId, {labels.begin(), labels.end()}}] = row.key();
+        found.listId[contentOf(row.value())] = row.key();
+    }
+    for (auto row = tables.tunnelMap->entry().begin(); row; row.next()) {
+        if (isInUse(tables, row.key())) continue;
+        found.formerOwner[row.key()] = row.value().policyKey;
     }
     return found;
 }
@@ -227,10 +225,16 @@ Rows observedRows(Agent::Tables const& tables, Agent::RunTables const& run) {
     Rows rows;
     addInputRows(rows, tables, run, names);
     addListRows(rows, tables, run, names);
+    addSbfdRows(rows, tables, names);
+    addTunnelMapRows(rows, tables, names);
     addSegmentRows(rows, run);
     addSelectionRows(rows, tables, names);
     addPublishedRows(rows, tables, names);
-    addRouteRows(rows, tables, names);
+    addFecRows(rows, tables, names);
+    addGribiRows(rows, tables, names);
+    addRouteRows(rows, "route of", *tables.bindingSidLfib, names);
+    addRouteRows(rows, "route of gRIBI's", *tables.gribiLfib, names);
+    addMergedRows(rows, tables);
     std::sort(rows.begin(), rows.end());
     return rows;
 }
