@@ -14,10 +14,14 @@
 
 namespace Sim {
 
-/// What makes a segment list of a policy the same list: its candidate and its labels, top first.
+/// What makes a segment list the same list: its owner, a candidate or a next hop of gRIBI's, and
+/// its labels, top first.
 struct ListContent {
     SrTePolicy::PolicyId policyId;
     std::vector<Wirex::MplsLabel> labels;
+    SrTePolicy::DistinguisherId distinguisherId;
+
+    bool isOfPolicy() const { return distinguisherId.isPolicyList(); }
 
     friend auto operator<=>(ListContent const&, ListContent const&) = default;
 };
@@ -28,6 +32,10 @@ struct Witnesses {
     std::map<Wirex::MplsLabel, SrTePolicy::PolicyKey> bindingSidHolder;
     /// The identities of the live lists, which messages name.
     std::map<ListContent, SrTePolicy::SegmentListId> listId;
+    /// The policies of tunnels that no policy has any more.
+    std::map<Tunnel::TunnelTable::TunnelId, SrTePolicy::PolicyKey> formerOwner;
+    /// Whether the agent is yet to look which of these tunnels have lost their counter.
+    bool countersArePolled = false;
 
     friend bool operator==(Witnesses const&, Witnesses const&) = default;
 };
@@ -35,8 +43,8 @@ struct Witnesses {
 Witnesses witnesses(Agent::SurvivingTables const& tables);
 
 /// One line of text for each row of every output table, sorted. What history decides is replaced by
-/// what it stands for: the identity of a list by its labels and its candidate, that of a FEC by its
-/// policy and its role; times and versions are left out.
+/// what it stands for: the identity of a list by its labels and its owner, that of a FEC by its
+/// policy and its role or by its group; times and versions are left out.
 using Rows = std::vector<std::string>;
 
 /// What the machines of a running agent have written once nothing is pending: a function of the

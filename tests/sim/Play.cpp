@@ -5,10 +5,37 @@
 #include <fstream>
 #include <iterator>
 
+#include "agent/FilePolicies.h"
 #include "agent/ScenarioReader.h"
+#include "agent/SessionReports.h"
+#include "agent/TrafficCounters.h"
 #include "tests/sim/Model.h"
 
 namespace Sim {
+
+namespace {
+
+/// A world with the other agents of its router: they go by the names that the scenario has.
+class Stage {
+public:
+    explicit Stage(World& world) : world_(world) {}
+
+    void happens(Agent::Step const& step) {
+        filePolicies_.take(step);
+        world_.apply(step);
+        reports_.take(step);
+        counters_.take(step);
+        if (!step.sbfdSession.empty() || !step.counters.empty()) world_.toldOfWrite();
+    }
+
+private:
+    World& world_;
+    Agent::FilePolicies filePolicies_;
+    Agent::SessionReports reports_{world_.tables(), filePolicies_};
+    Agent::TrafficCounters counters_{world_.tables(), filePolicies_};
+};
+
+}  // namespace
 
 std::map<std::string, Agent::Scenario> goldenScenarios() {
     std::map<std::string, Agent::Scenario> scenarios;
@@ -21,19 +48,22 @@ std::map<std::string, Agent::Scenario> goldenScenarios() {
 }
 
 void play(Agent::Scenario const& scenario, World& world, std::function<void()> const& settle) {
-    world.apply(scenario.initial);
+    Stage stage(world);
+    stage.happens(scenario.initial);
     world.start();
     settle();
     for (auto const& event : scenario.events) {
         world.advance(std::max(event.at - world.now(), Agent::Time(0)));
-        world.apply(event);
+        stage.happens(event);
         settle();
     }
 }
 
 void tablesAreThoseOfTheModel(World const& world) {
     auto const& tables = world.tables();
-    auto const expected = expectedRows(tables, witnesses(tables));
+    auto history = witnesses(tables);
+    history.countersArePolled = world.nextExpiration().has_value();
+    auto const expected = expectedRows(tables, history);
     auto const observed = observedRows(tables, world.machines()->tables());
     if (expected == observed) return;
     Rows missing;

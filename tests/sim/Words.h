@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "Platform/Tunnel/MplsVia.h"
-#include "SrTeTypes/PolicyKey.h"
+#include "tests/sim/Model.h"
 
 /// How rows of tables are put into words, for those that are expected and for those that are found.
 namespace Sim {
@@ -114,6 +114,14 @@ std::string words(Parts const&... parts) {
     ((put(text, parts), text += ' '), ...);
     text.pop_back();
     return text;
+}
+
+inline void put(std::string& out, ListContent const& list) {
+    put(out, std::span(list.labels));
+    if (list.isOfPolicy()) return put(out, words(" of", list.policyId));
+    put(out, words(" of next hop", list.distinguisherId.value()));
+    auto const nobody = SrTePolicy::PolicyId::lowest({{}, 0});
+    if (list.policyId != nobody) put(out, words(" and of", list.policyId));
 }
 
 }  // namespace Sim
