@@ -160,9 +160,11 @@ void Machines::stop() {
     stopGribi();
     inputSm_->handleDel();
     tables_.selectionInput->policyIdEntryDelAll();
-    // The machines of segments and lists have started, if anything has.
     survivingLists_.clear();
     segmentListSm_->handleDel();
+    tables_.segmentListTunnels->entryDelAll();
+    tables_.segmentListStatus->statusDelAll();
+    tables_.exportedLists->segmentListDelAll();
     segmentSm_->handleDel();
 }
 
