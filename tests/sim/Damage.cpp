@@ -11,6 +11,7 @@ namespace {
 
 using Pooltab::Fib::AdjType;
 using Pooltab::Fib::FecId;
+using SrTePolicy::PolicyId;
 using SrTePolicy::SegmentListId;
 using SrTePolicy::SegmentListResolveError;
 using Tunnel::TunnelTable::TunnelId;
@@ -30,6 +31,15 @@ auto keyIn(auto const& table, std::uint32_t pick) {
 
 FecId strayFec(std::uint32_t pick) {
     return FecId::fecIdForAdjType(AdjType::srTePolicy, Agent::policyFecIds.min.value() + pick % 40);
+}
+
+Mpls::ConsolidatedLfibRoute strayRoute(std::uint32_t pick) {
+    Mpls::ConsolidatedLfibRoute route;
+    route.key = routeKeyAt(pick);
+    route.source = Mpls::LFib::Source::srTePolicy;
+    route.viaType = Mpls::LfibViaType::extFec;
+    route.extFecVia = Mpls::LfibExtFecVia::popInto(strayFec(pick));
+    return route;
 }
 
 void damageLists(Agent::SurvivingTables const& tables, std::uint32_t kind, std::uint32_t pick) {
@@ -78,9 +88,9 @@ void damageChoice(Agent::SurvivingTables const& tables, std::uint32_t kind, std:
             if (key) tables.ecPolicy->policyDel(*key);
             break;
         case 9:
-            if (key) {
+            if (key && !tables.ecPolicy->policy(*key)->candidates().empty()) {
                 tables.ecPolicy->candidateDel(
-                    tables.ecPolicy->policy(*key)->candidates().front().policyId);
+                    PolicyId(tables.ecPolicy->policy(*key)->candidates().front().policyId));
             }
             break;
         default: tables.ecPolicy->policyIs(id.key); break;
@@ -112,7 +122,7 @@ void damagePublication(Agent::SurvivingTables const& tables, std::uint32_t kind,
         case 15: tables.forwarding->fecCommit(Pooltab::Fib::Fec(strayFec(pick))); break;
         case 16:
             if (pick % 2) {
-                routes.lfibRouteIs(routeAt(pick, 0));
+                routes.lfibRouteIs(strayRoute(pick));
             } else if (auto const key = keyIn(tables.bindingSidLfib->rows(), pick)) {
                 routes.lfibRouteDel(*key);
             }

@@ -121,6 +121,7 @@ private:
     /// Time and the speed of the machines.
     void addPace() {
         auto const dice = random_(100);
+        if (dice < 20) return addPause();
         if (dice < 45) {
             add(Kind::wait, 0, random_.percent(70) ? random_(2) : random_(4), Event::allSteps);
         } else if (dice < 60 && !mood_.yieldsAtEachKey) {
@@ -131,6 +132,17 @@ private:
             add(Kind::start, 0, 0, steps());
         }
         if (!mood_.clogged && random_.percent(70)) add(Kind::clog, 0, 0, steps());
+    }
+
+    /// What goes comes back just before the time that identifiers are held back, or just after.
+    void addPause() {
+        auto const place = contents_.empty() ? candidatePlace() : contents_.begin()->first;
+        if (!mood_.clogged) add(Kind::clog, 0, 0, Event::allSteps);
+        add(Kind::candidateGone, place, 0, Event::allSteps);
+        add(Kind::wait, 0, 2 + random_(2), Event::allSteps);
+        if (random_.percent(30)) add(Kind::wait, 0, 0, Event::allSteps);
+        addCandidate();
+        add(Kind::candidate, place, contents_[place], steps());
     }
 
     void addRestart() {

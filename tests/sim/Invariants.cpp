@@ -1,8 +1,11 @@
 #include "tests/sim/Invariants.h"
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cmath>
+
+#include "Platform/Keel/DumpContext.h"
 
 namespace Sim {
 
@@ -15,10 +18,17 @@ using SrTePolicy::SegmentListResolveError;
 using Tunnel::TunnelTable::TunnelId;
 using Tunnel::TunnelTable::TunnelType;
 
+std::string const& textOf(std::string const& text) {
+    return text;
+}
+std::string textOf(auto const& value) {
+    return value.stringValue();
+}
+
 void hold(bool condition, char const* what, auto const&... about) {
     if (condition) return;
     std::string text = what;
-    ((text += ' ' + about.stringValue()), ...);
+    ((text += ' ' + textOf(about)), ...);
     throw Violation{text};
 }
 
@@ -140,6 +150,23 @@ void nothingIsLeft(Agent::Tables const& tables, Agent::RunTables const& run) {
     hold(segments.segmentNotifier().empty(), "nothingIsLeft: live segment");
 }
 
+void nothingIsRemembered(Agent::Machines const& machines) {
+    Keel::DumpContext dump;
+    machines.segmentListSm().dumpState(dump, 2);
+    machines.inputSm().dumpState(dump, 2);
+    machines.selectionSm().dumpState(dump, 2);
+    machines.publishSm().dumpState(dump, 2);
+    machines.lfibGenSm().dumpState(dump, 2);
+    auto const& text = dump.text();
+    for (auto at = text.find('#'); at != text.npos; at = text.find('#', at + 1)) {
+        bool const counts = at + 1 < text.size() && std::isdigit(text[at + 1]);
+        hold(!counts || text[at + 1] == '0', "nothingIsRemembered: something", text);
+    }
+    for (auto const* const trace : {"bsid: ", "segmentListId: ", "Bookmark: endpoint 1"}) {
+        hold(text.find(trace) == text.npos, "nothingIsRemembered: something", text);
+    }
+}
+
 Invariants::Invariants(World& world) : world_(world), journal_(world) {
     watchInputs();
     watchOutputs();
@@ -225,6 +252,7 @@ void Invariants::rested() {
 void Invariants::everyViaLeadsIntoATunnelSoon(Did did) {
     bool const atWork = did == Did::ran && world_.machines()->started() && !world_.clogged() &&
                         !world_.nextExpiration();
+    if (std::exchange(yieldAfter_, world_.yieldAfter()) != world_.yieldAfter()) gaps_.clear();
     if (!atWork && did != Did::idled) return;
     decltype(gaps_) gaps;
     forEach(world_.tables().forwarding->fec(), [&](FecId fecId, auto const& fec) {
@@ -368,13 +396,10 @@ void Invariants::watchOutputs() {
         labelFecOrRouteGone(
             [key](auto const& entry) { return entry.bindingSid == key.topLabel(); });
     });
-    watches_.add(tables.selectionInput->entrySubject(), [this](SrTePolicy::PolicyId const& id) {
-        if (!kept_.empty()) usabilityWritten(id.key);
-    });
-    watches_.add(tables.segmentListStatus->status(), [&](SegmentListId id) {
-        auto const list = lists_.find(id);
-        if (list != lists_.end() && !kept_.empty()) usabilityWritten(list->second.policyId.key);
-    });
+    watches_.add(tables.selectionInput->entrySubject(),
+                 [this](SrTePolicy::PolicyId const& id) { entryWritten(id); });
+    watches_.add(tables.segmentListStatus->status(),
+                 [this](SegmentListId id) { listStatusWritten(id); });
 }
 
 void Invariants::watchInputs() {
@@ -441,6 +466,34 @@ void Invariants::forgetUnnamedLists() {
     lists_.erase(lists_.upper_bound(largest), lists_.end());
 }
 
+/// A tunnel is there before its status says usable: who reads the status takes it for granted.
+void Invariants::listStatusWritten(SegmentListId id) {
+    auto const& tables = world_.tables();
+    if (tables.segmentListStatus->status(id) == SegmentListResolveError::noError &&
+        !tables.segmentListTunnels->entry(id.getTunnelId()) && !world_.damaged()) {
+        failure_ = "tunnelsComeBeforeTheirStatus: not of " + id.stringValue();
+    }
+    auto const list = lists_.find(id);
+    if (list != lists_.end() && !kept_.empty()) usabilityWritten(list->second.policyId.key);
+}
+
+/// A version grows exactly with what it tells of.
+void Invariants::entryWritten(SrTePolicy::PolicyId const& id) {
+    if (!kept_.empty()) usabilityWritten(id.key);
+    auto const* const entry = world_.tables().selectionInput->policyIdEntry(id);
+    auto const before = entries_.find(id);
+    if (entry && before != entries_.end() && !world_.damaged()) {
+        auto const& old = before->second;
+        bool const differs = old.bindingSid != entry->bindingSid || old.enlp != entry->enlp ||
+                             old.wSegmentList != entry->wSegmentList;
+        if (entry->version != old.version + (differs ? 1 : 0)) {
+            failure_ = "versionsGrowWithWhatTheyTell: not of " + id.stringValue();
+        }
+    }
+    entries_.erase(id);
+    if (entry) entries_.emplace(id, *entry);
+}
+
 void Invariants::statusWritten(Key const& key) {
     auto const* const entry = world_.tables().policyStatus->policyStatusEntry().find(key);
     auto const before = status_.find(key);
@@ -449,6 +502,11 @@ void Invariants::statusWritten(Key const& key) {
                   entry->bindingSid != before->second.bindingSid)) {
         withdrawn_.insert(key);
         everWithdrawn_.insert(key);
+    }
+    auto const& fecs = world_.tables().forwarding->fec();
+    if (entry &&
+        !(fecs.has(entry->labelFecId) && fecs.has(entry->v4FecId) && fecs.has(entry->v6FecId))) {
+        failure_ = "fecsComeBeforeWhatNamesThem: not of " + key.stringValue();
     }
     if (entry && !world_.damaged()) {
         bool const same = known && before->second.candidate == entry->candidate;

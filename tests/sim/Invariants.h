@@ -21,6 +21,8 @@ void noViaLeadsIntoAnothersTunnel(Agent::Tables const& tables);
 void policyTunnelsLeadIntoLabelFecs(Agent::Tables const& tables);
 /// Holds of an agent that was stopped, and of one at rest without a candidate.
 void nothingIsLeft(Agent::Tables const& tables, Agent::RunTables const& run);
+/// Likewise of what the machines keep to themselves, as far as their dumps tell.
+void nothingIsRemembered(Agent::Machines const& machines);
 
 /// Everything that must hold of a world at each of its steps, read off its tables. Hears of the
 /// steps by itself; to be made before anything happens. Each function that checks is named after
@@ -68,6 +70,8 @@ private:
     void fecWritten(std::set<std::uint64_t>& table, FecId id, bool present);
     void listExported(SrTePolicy::SegmentListId id);
     void statusWritten(Key const& key);
+    void listStatusWritten(SrTePolicy::SegmentListId id);
+    void entryWritten(SrTePolicy::PolicyId const& id);
     void labelFecOrRouteGone(auto const& isOf);
     void usabilityWritten(Key const& key);
     bool carriesTraffic(Key const& key, Wirex::MplsLabel bindingSid) const;
@@ -83,6 +87,7 @@ private:
     std::optional<std::uint64_t> unchangedSince_;  // the writes at a crash out of rest
     bool atRest_ = false;
     std::uint64_t runsAtOnce_ = 0;
+    std::optional<std::uint64_t> yieldAfter_;
     std::set<Time> cloggedRuns_;
 
     std::map<std::pair<FecId, Tunnel::TunnelTable::TunnelId>, std::uint64_t> gaps_;
@@ -93,6 +98,7 @@ private:
     std::map<SrTePolicy::SegmentListId, SrTePolicy::Export::SegmentList> lists_;
 
     std::map<Key, SrTePolicy::PolicyStatusEntry> status_;
+    std::map<SrTePolicy::PolicyId, SrTePolicy::PolicyIdEntry> entries_;
     std::map<Key, Wirex::MplsLabel> kept_;  // with the same binding SID since the last rest
     std::set<Key> withdrawn_, everWithdrawn_;
     std::map<SrTePolicy::PolicyId, Time> receivedAt_;

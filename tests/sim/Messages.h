@@ -24,8 +24,9 @@ public:
     void check(Witnesses const& witnesses);
 
 private:
+    void wishesSeen();
     void holderSeen(SrTePolicy::PolicyKey const& key);
-    void checkDue(Message const& message) const;
+    void checkDue(Message const& message, Witnesses const& witnesses) const;
     void checkComes(std::set<Message> const& applying) const;
 
     World const& world_;

@@ -1,30 +1,18 @@
 #include "tests/sim/Simulation.h"
 
 #include <algorithm>
-#include <iterator>
 #include <map>
 
 #include "tests/sim/Invariants.h"
 #include "tests/sim/Messages.h"
 #include "tests/sim/ModelOutcome.h"
+#include "tests/sim/Play.h"
 
 namespace Sim {
 
 namespace {
 
 using SrTePolicy::PolicyKey;
-
-/// The lines that only one of two tables has, the expected ones first.
-std::string difference(Rows const& expected, Rows const& observed) {
-    Rows missing;
-    Rows unexpected;
-    std::ranges::set_difference(expected, observed, std::back_inserter(missing));
-    std::ranges::set_difference(observed, expected, std::back_inserter(unexpected));
-    std::string text;
-    for (auto const& row : missing) text += "\n  expected " + row;
-    for (auto const& row : unexpected) text += "\n  found    " + row;
-    return text;
-}
 
 bool changesResolution(Kind kind) {
     return kind == Kind::route || kind == Kind::routeGone || kind == Kind::tiLfa ||
@@ -67,7 +55,8 @@ private:
         last_ = event;
         auto const kind = event.kind;
         outcome_.restarts += begins;
-        if (kind == Kind::stop || kind == Kind::damage || !world_.machines()) stay_.reset();
+        if (kind == Kind::stop || kind == Kind::damage) listIds_.clear();
+        if (kind == Kind::stop || kind == Kind::damage) stay_.reset();
         if (changesResolution(kind)) stay_.reset();
         if (repeated && fromRest && countedWrites() != writes) {
             throw Violation{"anEqualWriteIsNone: it was one"};
@@ -88,18 +77,20 @@ private:
         auto const& tables = world_.tables();
         auto const holders = witnesses(tables);
         messages_.follow(holders);
-        auto const published = publishedNow(holders);
+        auto const now = Expected::outcome(tables, holders);
+        std::erase_if(listIds_,
+                      [&now](auto const& list) { return !now.lists.contains(list.first); });
         if (!stay_) return;
+        auto const published = publishedBy(now);
         std::erase_if(*stay_, [&published](auto const& policy) {
-            auto const now = published.find(policy.first);
-            return now == published.end() || now->second != policy.second;
+            auto const still = published.find(policy.first);
+            return still == published.end() || still->second != policy.second;
         });
     }
 
     /// The policies that the inputs alone give a route or a FEC, with their binding SIDs; those
     /// apart for which several contend.
-    std::map<PolicyKey, Wirex::MplsLabel> publishedNow(Witnesses const& holders) const {
-        auto const now = Expected::outcome(world_.tables(), holders);
+    static std::map<PolicyKey, Wirex::MplsLabel> publishedBy(Expected::Outcome const& now) {
         std::map<Wirex::MplsLabel, int> wanted;
         for (auto const& candidate : now.candidates) ++wanted[candidate.entry->bindingSid];
         std::map<PolicyKey, Wirex::MplsLabel> published;
@@ -115,11 +106,7 @@ private:
         ++outcome_.comparisons;
         auto const& tables = world_.tables();
         auto const holders = witnesses(tables);
-        auto const expected = expectedRows(tables, holders);
-        auto observed = observedRows(tables, world_.machines()->tables());
-        if (expected != observed) {
-            throw Violation{"theTablesAreThoseOfTheModel: not" + difference(expected, observed)};
-        }
+        tablesAreThoseOfTheModel(world_);
         messages_.check(holders);
         auto const withdrawn = invariants_.takeWithdrawn();
         if (stay_) {
@@ -128,9 +115,12 @@ private:
                 throw Violation{"whatTheInputsKeepStays: not " + key.stringValue()};
             }
         }
-        stay_ = publishedNow(holders);
-        outcome_.rows = std::move(observed);
-        outcome_.witnesses = holders;
+        for (auto const& [list, id] : listIds_) {
+            if (holders.listId.at(list) == id) continue;
+            throw Violation{"aListKeepsItsIdentity: not " + id.stringValue()};
+        }
+        listIds_ = holders.listId;
+        stay_ = publishedBy(Expected::outcome(tables, holders));
     }
 
     /// Whatever holds the agent back ends; then its candidates go.
@@ -141,12 +131,11 @@ private:
         take({Kind::start});
         take({Kind::wait});
         if (!world_.atRest()) throw Violation{"theAgentComesToRest: not"};
-        auto const rows = outcome_.rows;
-        auto const held = outcome_.witnesses;
+        outcome_.rows = observedRows(world_.tables(), world_.machines()->tables());
+        outcome_.witnesses = witnesses(world_.tables());
         for (auto const& place : {0u, 1u, 2u, 3u}) take({Kind::source, place});
         nothingIsLeft(world_.tables(), world_.machines()->tables());
-        outcome_.rows = rows;
-        outcome_.witnesses = held;
+        nothingIsRemembered(*world_.machines());
     }
 
     Outcome outcome_;
@@ -156,6 +145,8 @@ private:
     Messages messages_{world_};
     /// Published by the inputs ever since the last comparison, if nothing was to be resolved anew.
     std::optional<std::map<PolicyKey, Wirex::MplsLabel>> stay_;
+    /// Of the lists that the inputs ask for ever since the last comparison.
+    std::map<ListContent, SrTePolicy::SegmentListId> listIds_;
 };
 
 std::string nameOf(std::string const& failure) {
