@@ -8,8 +8,9 @@ namespace Agent {
 
 using namespace SrTePolicy;
 
-Machines::Machines(Tables const& tables, Quor::Ptr<Keel::TaskScheduler> const& scheduler)
-    : tables_(tables) {
+Machines::Machines(Tables const& tables, Quor::Ptr<Keel::TaskScheduler> const& scheduler,
+                   std::vector<StartStep> order)
+    : tables_(tables), startOrder_(std::move(order)) {
     auto const lfib = tables.lfibMerge->lfibStatus();
     auto const lfibTracking = tables.lfibMerge->lfibTrackingStatus();
 
@@ -60,23 +61,36 @@ Machines::~Machines() {
     run_.coreDedupTables = nullptr;
 }
 
-std::vector<Machines::StartStep> const& Machines::startSteps() {
-    static std::vector<StartStep> const steps{
-        &Machines::adoptSurvivingLists, &Machines::startSegments,  &Machines::startGribi,
-        &Machines::startInput,          &Machines::startSbfd,      &Machines::startSelection,
-        &Machines::startPublishing,     &Machines::startTunnelMap, &Machines::dropUnclaimedLists};
-    return steps;
+std::vector<Machines::StartStep> const& Machines::startOrder() {
+    using enum StartStep;
+    static std::vector<StartStep> const order{
+        adoptSurvivingLists, startSegments,   startGribi,     startInput,        startSbfd,
+        startSelection,      startPublishing, startTunnelMap, dropUnclaimedLists};
+    return order;
 }
 
 bool Machines::startFurther() {
     if (started() || !drained()) return false;
-    auto const step = startSteps()[stepsTaken_++];
-    (this->*step)();
+    take(startOrder_[stepsTaken_++]);
     return true;
 }
 
 bool Machines::started() const {
-    return stepsTaken_ == startSteps().size();
+    return stepsTaken_ == startOrder_.size();
+}
+
+void Machines::take(StartStep step) {
+    switch (step) {
+        case StartStep::adoptSurvivingLists: return adoptSurvivingLists();
+        case StartStep::startSegments: return startSegments();
+        case StartStep::startGribi: return startGribi();
+        case StartStep::startInput: return startInput();
+        case StartStep::startSbfd: return startSbfd();
+        case StartStep::startSelection: return startSelection();
+        case StartStep::startPublishing: return startPublishing();
+        case StartStep::startTunnelMap: return startTunnelMap();
+        case StartStep::dropUnclaimedLists: return dropUnclaimedLists();
+    }
 }
 
 bool Machines::drained() const {

@@ -40,7 +40,22 @@ struct RunTables {
 /// another run takes over what it left.
 class Machines {
 public:
-    Machines(Tables const& tables, Quor::Ptr<Keel::TaskScheduler> const& scheduler);
+    enum class StartStep {
+        adoptSurvivingLists,
+        startSegments,
+        startGribi,
+        startInput,
+        startSbfd,
+        startSelection,
+        startPublishing,
+        startTunnelMap,
+        dropUnclaimedLists
+    };
+    /// The one order in which a restart writes nothing that it need not write.
+    static std::vector<StartStep> const& startOrder();
+
+    Machines(Tables const& tables, Quor::Ptr<Keel::TaskScheduler> const& scheduler,
+             std::vector<StartStep> order = startOrder());
     Machines(Machines const&) = delete;
     Machines& operator=(Machines const&) = delete;
     ~Machines();
@@ -68,10 +83,7 @@ public:
     Gribi::RootSm const* gribiRoot() const { return gribiRoot_.get(); }
 
 private:
-    using StartStep = void (Machines::*)();
-    static std::vector<StartStep> const& startSteps();
-
-    // The steps of a start, in order.
+    void take(StartStep step);
     void adoptSurvivingLists();
     void startSegments();
     void startGribi();
@@ -86,6 +98,7 @@ private:
     void stopGribi();
 
     Tables const& tables_;
+    std::vector<StartStep> const startOrder_;
     RunTables run_;
     std::vector<Quor::Ptr<SrTePolicy::SegmentList const>> survivingLists_;
     std::size_t stepsTaken_ = 0;

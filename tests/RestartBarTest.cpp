@@ -1,4 +1,3 @@
-#include <array>
 #include <memory>
 #include <set>
 
@@ -11,9 +10,13 @@ namespace {
 using namespace SrTePolicy;
 
 /// A router with policies of every kind: published with and without explicit nulls, without a
-/// binding SID, refused one, invalid, unresolved, too deep, and over a protected label.
+/// binding SID, refused one, invalid, unresolved, too deep, over a protected label, and watched by
+/// S-BFD with peers that are up and down. A tenth as many next hops, groups and labels of gRIBI,
+/// and traffic counters on every third tunnel.
 class Router {
 public:
+    using Order = std::vector<Agent::Machines::StartStep>;
+
     explicit Router(std::uint32_t policies) : policies_(policies) {
         Keel::activityClockIs(&clock_);
         tables.config->coloredRib.valueIs(true);
@@ -27,18 +30,41 @@ public:
         tables.sources->policyInputIs(source_);
         for (std::uint32_t policy = 0; policy < policies; ++policy) {
             for (auto const rank : {1U, 2U}) entryIs(entry(policy, rank));
+            if (policy % 10 == watched) {
+                tables.config->policyIs({entry(policy, 1).policyId.key, settings(policy)});
+            }
+        }
+        for (std::uint32_t i = 0; i < policies / 10; ++i) {
+            nextHopIs(i);
+            Gribi::NhgAftEntry group{Gribi::NextHopGroupId(i)};
+            for (auto const member : {i, i / 2}) group.nextHopIs(Gribi::NextHopId(member), i + 1);
+            tables.gribiAfts->nhgAft->nhgAftEntryIs(group);
+            tables.gribiAfts->mplsAft->mplsAftEntryIs(
+                {Wirex::MplsLabel(100 + i), Gribi::NextHopGroupId(i)});
         }
     }
     ~Router() { Keel::activityClockIs(nullptr); }
     Router(Router const&) = delete;
     Router& operator=(Router const&) = delete;
 
-    void start() {
-        machines_ = std::make_unique<Agent::Machines>(tables, scheduler_);
-        do {
-            scheduler_->runReady();
-        } while (machines_->startFurther());
+    void start(Order const& order = Agent::Machines::startOrder()) {
+        machines_ = std::make_unique<Agent::Machines>(tables, scheduler_, order);
+        settle();
         ASSERT_TRUE(machines_->started());
+    }
+    /// Other agents see the tunnels and the sessions: they count, and half of the peers are down.
+    void othersFollow() {
+        auto const& tunnels = tables.segmentListTunnels->entry();
+        for (auto row = tunnels.begin(); row; row.next()) {
+            if (row.key().index() % 3 == 0) tables.tunnelCounters->tunnelCounterIs(row.key(), {});
+        }
+        auto const& sessions = tables.bfdSessions->session();
+        for (auto row = sessions.begin(); row; row.next()) {
+            bool const down = row.key().peer.tunnelId.index() % 2;
+            tables.bfdPeers->operStateIs(row.key().peer,
+                                         down ? Bfd::OperState::down : Bfd::OperState::up);
+        }
+        settle();
         clock_.advance(1000);
     }
     void crash() { machines_ = nullptr; }
@@ -65,6 +91,10 @@ public:
             ++changed;
         }
         routeIs(routeOver(firstLabel, {push("Et7", {firstLabel})}));
+        for (std::uint32_t i = policies_ / 10; i < policies_ / 9; ++i) {
+            nextHopIs(i);
+            ++changed;
+        }
         return changed;
     }
 
@@ -76,6 +106,22 @@ private:
     static constexpr std::uint32_t protectedLabel = 18000;
     static constexpr std::uint32_t unknownLabel = 19000;
     static constexpr std::uint32_t firstBsid = 20000;
+    static constexpr std::uint32_t watched = 9;  ///< the kind of policies that S-BFD watches
+
+    static PolicySbfdConfig settings(std::uint32_t policy) {
+        return {Bfd::BfdInterval(policy % 3 * 50), Bfd::BfdMultiplier(3),
+                Bfd::BfdDiscriminator(policy)};
+    }
+    void settle() {
+        do {
+            scheduler_->runReady();
+        } while (machines_->startFurther());
+    }
+    void nextHopIs(std::uint32_t i) {
+        tables.gribiAfts->nhAft->nhAftEntryIs(
+            {Gribi::NextHopId(i),
+             Wirex::pushOperation({firstLabel + i % labels, firstLabel + i * 7 % labels})});
+    }
 
     /// Of the two candidates of a policy the one with the higher `rank` wins.
     static PolicyInputEntry entry(std::uint32_t policy, std::uint32_t rank) {
@@ -129,6 +175,7 @@ class RestartBar : public testing::TestWithParam<std::uint32_t> {};
 TEST_P(RestartBar, UnchangedInputsWriteNothing) {
     Router router(GetParam());
     router.start();
+    router.othersFollow();
     // All but those that are refused their binding SID.
     auto const published = router.tables.policyStatus->policyStatusEntry().size();
     EXPECT_EQ(published, GetParam() - (GetParam() / 10 - 1));
@@ -144,6 +191,7 @@ TEST_P(RestartBar, UnchangedInputsWriteNothing) {
 TEST_P(RestartBar, ChangedInputsWithdrawNothingThatExists) {
     Router router(GetParam());
     router.start();
+    router.othersFollow();
     router.crash();
     auto const changed = router.changeInputs();
     SurvivingWrites writes(router.tables);
@@ -160,6 +208,57 @@ TEST_P(RestartBar, ChangedInputsWithdrawNothingThatExists) {
     // Two lists to a policy with three rows each, two rows of selection, six of publishing, and the
     // lists over the route that moved.
     EXPECT_LT(rows, 14 * (changed + 10) + GetParam() / 100);
+}
+
+/// The order of the host, but with the step at `from` taken before the one at `to`.
+Router::Order moved(std::size_t from, std::size_t to) {
+    auto order = Agent::Machines::startOrder();
+    auto const step = order[from];
+    order.erase(order.begin() + static_cast<std::ptrdiff_t>(from));
+    order.insert(order.begin() + static_cast<std::ptrdiff_t>(to), step);
+    return order;
+}
+
+/// The rows that went and came back.
+std::size_t flapped(std::vector<std::string> const& writes) {
+    std::set<std::string> withdrawn, back;
+    for (auto const& write : writes) {
+        if (write.starts_with('-')) {
+            withdrawn.insert(write.substr(1));
+        } else if (withdrawn.contains(write)) {
+            back.insert(write);
+        }
+    }
+    return back.size();
+}
+
+// What may not be moved: lists are adopted before anything interns new ones, S-BFD comes after the
+// input whose lists it watches, and nobody lets go of adopted lists before their owners have them.
+bool isHitless(Agent::Machines::StartStep moved, Agent::Machines::StartStep ahead) {
+    using enum Agent::Machines::StartStep;
+    return ahead > startInput || (moved != startSbfd && moved != dropUnclaimedLists);
+}
+
+TEST(StartOrder, WhatOtherOrdersCost) {
+    constexpr std::uint32_t policies = 60;
+    auto const& order = Agent::Machines::startOrder();
+    for (std::size_t to = 1; to < order.size(); ++to) {
+        for (std::size_t from = to + 1; from < order.size(); ++from) {
+            std::vector<std::string> written[2];
+            for (bool const changed : {false, true}) {
+                Router router(policies);
+                router.start();
+                router.othersFollow();
+                router.crash();
+                if (changed) router.changeInputs();
+                SurvivingWrites writes(router.tables);
+                router.start(moved(from, to));
+                written[changed] = writes.take();
+            }
+            bool const hitless = written[0].empty() && flapped(written[1]) == 0;
+            EXPECT_EQ(hitless, isHitless(order[from], order[to])) << from << " before " << to;
+        }
+    }
 }
 
 // The sanitizers make it a hundred times slower.
