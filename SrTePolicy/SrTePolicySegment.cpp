@@ -107,7 +107,14 @@ void SegmentLifeTimeNotifiee::handleInsert(Quor::Ptr<Keel::DedupHandle> const& h
     segment->segmentIdIs(notifyingSegmentCollection_->uniqueIdInc(1));
     auto const notifier = Quor::makePtr<SegmentLifeTimeNotifier const>(segment);
     segment->segmentLifeTimeNotifierIs(notifier.get());
-    notifyingSegmentCollection_->segmentNotifierIs(notifier);
+    try {
+        notifyingSegmentCollection_->segmentNotifierIs(notifier);
+    } catch (...) {
+        // One that the collection has no memory for goes now: nothing may name it any more.
+        if (!notifyingSegmentCollection_->segmentNotifier(notifier))
+            segment->segmentLifeTimeNotifierIs(nullptr);
+        throw;
+    }
     SRTE_TRACE(7, "Insert Segment: " << segment->stringValue());
 }
 

@@ -173,7 +173,14 @@ void SegmentListLifeTimeNotifiee::handleInsert(Quor::Ptr<Keel::DedupHandle> cons
     SRTE_TRACE(7, "Next SL ID: " << segmentList->segmentListId());
     auto const notifier = Quor::makePtr<SegmentListLifeTimeNotifier const>(segmentList);
     segmentList->segmentListLifeTimeNotifierIs(notifier.get());
-    notifyingSegmentListCollection_->segmentListNotifierIs(notifier);
+    try {
+        notifyingSegmentListCollection_->segmentListNotifierIs(notifier);
+    } catch (...) {
+        // One that the collection has no memory for goes now: nothing may name it any more.
+        if (!notifyingSegmentListCollection_->segmentListNotifier(notifier))
+            segmentList->segmentListLifeTimeNotifierIs(nullptr);
+        throw;
+    }
 }
 
 void SegmentListLifeTimeNotifiee::handleRemove(Keel::DedupHandle* handle) const {
