@@ -146,8 +146,10 @@ void damage(Agent::SurvivingTables const& tables, std::uint32_t kind, std::uint3
         damageLists(tables, kind, pick);
     } else if (kind < 11) {
         damageChoice(tables, kind, pick);
-    } else {
+    } else if (kind < 18) {
         damagePublication(tables, kind, pick);
+    } else {
+        damageService(tables, kind - 18, pick);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "tests/sim/Damage.h"
+#include "tests/sim/Services.h"
 #include "tests/sim/Universe.h"
 #include "tests/sim/Words.h"
 
@@ -34,7 +35,19 @@ constexpr std::array<std::string_view, kindCount> kindNames{"candidate",
                                                             "start",
                                                             "restart",
                                                             "stop",
-                                                            "damage"};
+                                                            "damage",
+                                                            "sbfd",
+                                                            "bfd",
+                                                            "peer",
+                                                            "counter",
+                                                            "nextHop",
+                                                            "nextHopGone",
+                                                            "group",
+                                                            "groupGone",
+                                                            "label",
+                                                            "labelGone",
+                                                            "gribi",
+                                                            "agent"};
 
 std::string_view nameOf(Kind kind) {
     return kindNames[static_cast<std::size_t>(kind)];
@@ -122,11 +135,7 @@ Agent::Step stepOf(Event const& event) {
         case Kind::restart: step.life = Agent::Life::restart; break;
         case Kind::start: step.life = Agent::Life::start; break;
         case Kind::stop: step.life = Agent::Life::stop; break;
-        case Kind::source:
-        case Kind::yield:
-        case Kind::wait:
-        case Kind::crash:
-        case Kind::damage: break;
+        default: return serviceStep(event);
     }
     return step;
 }
@@ -146,6 +155,14 @@ void applyToSource(Event const& event, World& world) {
         default: world.tables().sources->policyInputIs(replacement); break;
     }
     world.toldOfWrite();
+}
+
+/// Writing a candidate leaves its policy's settings as they are.
+Agent::Step withSettings(Agent::Step step, SrTePolicy::Config const& config) {
+    for (auto& [policy, written] : step.policies.written) {
+        if (auto const* const held = config.policy(policy.key())) policy.settings = *held;
+    }
+    return step;
 }
 
 Agent::Time waitOf(Event const& event, World const& world) {
@@ -226,6 +243,11 @@ void apply(Event const& event, World& world) {
         case Kind::crash: world.crash(); break;
         case Kind::damage:
             if (!world.machines()) damage(world.tablesToDamage(), event.place, event.content);
+            break;
+        case Kind::peer:
+        case Kind::counter: applyToOtherAgents(event, world); break;
+        case Kind::candidate:
+            world.apply(withSettings(stepOf(event), *world.tables().config));
             break;
         default: world.apply(stepOf(event)); break;
     }

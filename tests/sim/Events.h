@@ -35,9 +35,21 @@ enum class Kind : std::uint8_t {
     start,
     restart,
     stop,
-    damage  ///< to a row that an agent left which is down now
+    damage,  ///< to a row that an agent left which is down now
+    sbfd,    ///< settings of a policy
+    bfd,     ///< global settings
+    peer,    ///< reported, or not any more
+    counter,
+    nextHop,
+    nextHopGone,
+    group,
+    groupGone,
+    label,
+    labelGone,
+    gribi,  ///< switched
+    agent   ///< switched
 };
-inline constexpr std::uint32_t kindCount = 22;
+inline constexpr std::uint32_t kindCount = 34;
 
 /// One event, and how far the agent comes before the next one: so many steps, or all of them.
 struct Event {

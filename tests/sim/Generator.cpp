@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <array>
 #include <unordered_map>
 
 #include "tests/sim/Damage.h"
 #include "tests/sim/Events.h"
+#include "tests/sim/Services.h"
 #include "tests/sim/Universe.h"
 
 namespace Sim {
@@ -12,6 +14,7 @@ namespace {
 /// What sort of a run it is.
 struct Mood {
     std::uint32_t policies, candidates, labels;
+    std::uint32_t services;  ///< in a thousand events
     bool yieldsAtEachKey, clogged, bursts, agentUnquiet;
 };
 
@@ -23,6 +26,7 @@ public:
         mood_.labels = 2 + random_(labelCount - 1);
         mood_.yieldsAtEachKey = seed % 10 == 0;
         mood_.clogged = seed % 10 == 1;
+        mood_.services = random_.percent(60) ? 180 : 0;
         mood_.bursts = random_.percent(40);
         mood_.agentUnquiet = random_.percent(30);
     }
@@ -57,7 +61,9 @@ private:
             auto const& before = events_[events_.size() - 1 - random_(2) % events_.size()];
             return add(before.kind, before.place, before.content, steps());
         }
-        if (dice < 80 + (mood_.agentUnquiet ? 60u : 0u)) return addRestart();
+        if (dice < 80 || (mood_.agentUnquiet && random_.percent(6))) return addRestart();
+        if (dice < 110) return addSwap();
+        if (dice < 80 + (mood_.agentUnquiet ? 60u : 0u) + mood_.services) return addService();
         if (dice < 360) return addCandidate();
         if (dice < 450) return add(Kind::candidateGone, candidatePlace(), 0, steps());
         if (dice < 620) return addRoute();
@@ -96,6 +102,12 @@ private:
         add(Kind::candidate, place, held->second, steps());
     }
 
+    void addService() {
+        auto event = serviceEvent(random_.next());
+        if (event.kind == Kind::sbfd) event.place %= mood_.policies;
+        add(event.kind, event.place, event.content, steps());
+    }
+
     void addRoute() {
         auto const plain = random_.percent(50);
         add(Kind::route, random_(mood_.labels), plain ? 12 * random_(4) : random_(routeContents),
@@ -132,6 +144,25 @@ private:
             add(Kind::start, 0, 0, steps());
         }
         if (!mood_.clogged && random_.percent(70)) add(Kind::clog, 0, 0, steps());
+    }
+
+    /// Candidates of one policy take turns at once, for one binding SID.
+    void addSwap() {
+        auto const policy = random_(mood_.policies) * candidatesOfPolicy;
+        auto const bsid = random_.percent(50) ? 3u : random_(4);
+        if (random_.percent(30)) add(Kind::yield, 0, 1, 0);
+        for (auto left = 3 + random_(4); left > 0; --left) {
+            auto const place = policy + random_(std::max(2u, mood_.candidates));
+            std::uint8_t const steps = left > 1 && left < 5 ? 0 : Event::allSteps;
+            if (random_.percent(40)) {
+                add(Kind::candidateGone, place, 0, steps);
+                continue;
+            }
+            CandidateContent content(random_(CandidateContent::count));
+            content.bsid = bsid;
+            contents_[place] = content.number();
+            add(Kind::candidate, place, content.number(), steps);
+        }
     }
 
     /// What goes comes back just before the time that identifiers are held back, or just after.

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "Platform/Keel/DumpContext.h"
+#include "tests/sim/Services.h"
 
 namespace Sim {
 
@@ -132,6 +133,7 @@ void policyTunnelsLeadIntoLabelFecs(Agent::Tables const& tables) {
 void nothingIsLeft(Agent::Tables const& tables, Agent::RunTables const& run) {
     auto const& lists = *run.coreDedupTables->notifyingSegmentListCollection();
     auto const& segments = *run.coreDedupTables->notifyingSegmentCollection();
+    nothingIsLeftOfServices(tables);
     hold(tables.exportedLists->segmentList().empty(), "nothingIsLeft: exported list");
     hold(tables.segmentListStatus->status().empty(), "nothingIsLeft: list status");
     hold(tables.segmentListTunnels->entry().empty(), "nothingIsLeft: list tunnel");
@@ -162,8 +164,12 @@ void nothingIsRemembered(Agent::Machines const& machines) {
         bool const counts = at + 1 < text.size() && std::isdigit(text[at + 1]);
         hold(!counts || text[at + 1] == '0', "nothingIsRemembered: something", text);
     }
-    for (auto const* const trace : {"bsid: ", "segmentListId: ", "Bookmark: endpoint 1"}) {
+    for (auto const* const trace : {"bsid: ", "segmentId: "}) {
         hold(text.find(trace) == text.npos, "nothingIsRemembered: something", text);
+    }
+    std::string const bookmark = "Bookmark: endpoint ";
+    for (auto at = text.find(bookmark); at != text.npos; at = text.find(bookmark, at + 1)) {
+        hold(text[at + bookmark.size()] == ' ', "nothingIsRemembered: a bookmark", text);
     }
 }
 
@@ -176,14 +182,18 @@ Invariants::Invariants(World& world) : world_(world), journal_(world) {
 void Invariants::handle(Did did) {
     if (did == Did::began) agentBegan();
     if (did == Did::wrote || did == Did::stopped || world_.damaged()) unchangedSince_.reset();
+    if (did == Did::wrote && world_.machines()) restarting_ = false;
     if (did == Did::stopped || world_.damaged()) {
+        restarting_ = false;
         gaps_.clear();
         kept_.clear();
         holders_.clear();
     }
     check(did);
     if (did == Did::crashed || did == Did::stopped) journal_.agentGone();
-    if (did == Did::crashed && atRest_) unchangedSince_ = journal_.survivingWrites();
+    if (did == Did::crashed && atRest_ && !rowsAwaitThePoll()) {
+        unchangedSince_ = journal_.survivingWrites();
+    }
     atRest_ = did == Did::idled && world_.atRest();
     if (atRest_) rested();
     for (std::size_t table = 0; table < writtenCount; ++table) {
@@ -199,6 +209,17 @@ void Invariants::agentBegan() {
     forEach(world_.tables().sources->policyInput(),
             [this](auto protocol, auto const&) { receivedAll(protocol); });
     forgetUnnamedLists();
+}
+
+/// A row of the tunnel map that goes when somebody looks again: its counter has gone.
+bool Invariants::rowsAwaitThePoll() const {
+    auto const& tables = world_.tables();
+    auto const& rows = tables.tunnelMap->entry();
+    for (auto row = rows.begin(); row; row.next()) {
+        bool const counted = tables.tunnelCounters->tunnelCounter(row.key());
+        if (!counted && !world_.isUsed(row.key())) return true;
+    }
+    return false;
 }
 
 bool Invariants::changed(std::initializer_list<Written> tables) const {
@@ -220,6 +241,7 @@ void Invariants::check(Did did) {
     if (did == Did::ran && world_.clogged()) aClogHoldsTasksBack();
     if (did == Did::idled) whoWaitsComesBackInATenth();
     anUnchangedRestartWritesNothing();
+    if (restarting_) aRestartWithdrawsNothingThatStays();
     if (world_.damaged()) return;
     if (changed({policyStatus, fec, route})) everyRouteLeadsToItsPolicy(tables);
     if (changed({policyStatus, fec, fecIndex})) fecsAreThoseOfTheStatus(tables);
@@ -230,6 +252,22 @@ void Invariants::check(Did did) {
         aHolderIsNotDisplaced();
     }
     everyViaLeadsIntoATunnelSoon(did);
+    checkServices();
+}
+
+void Invariants::checkServices() const {
+    using enum Written;
+    auto const& tables = world_.tables();
+    auto const* const machines = world_.machines();
+    if (!machines) return;
+    bool const gribiStarted = machines->gribiRoot();
+    if (gribiStarted && changed({listTunnel, fec, group, gribiRoute})) {
+        gribiRoutesLeadToTheirGroups(tables);
+    }
+    // From their start on: before it they stand as the agent before left them.
+    if (!machines->started()) return;
+    combinedStatusesFollow(tables);
+    if (changed({sbfdConfig, session})) sessionsAreThoseOfTheConfiguration(tables);
 }
 
 /// What only holds when nothing is left to do; then the next stretch begins.
@@ -237,6 +275,7 @@ void Invariants::rested() {
     if (!world_.damaged()) whatStaysIsKept();
     timesMoveWithTheirCause();
     unchangedSince_.reset();
+    restarting_ = false;
     withdrawn_.clear();
     kept_.clear();
     holders_.clear();
@@ -334,7 +373,8 @@ void Invariants::whoWaitsComesBackInATenth() {
     if (!machines) return;
     hold(machines->publishSm().drained(), "whoWaitsComesBackInATenth: publishing waits");
     hold(next || world_.atRest(), "whoWaitsComesBackInATenth: nobody will");
-    hold(!next || cloggedRuns_.contains(*next - 100ms), "whoWaitsComesBackInATenth: not then");
+    hold(!next || cloggedRuns_.contains(*next - 100ms) || world_.mayPoll(),
+         "whoWaitsComesBackInATenth: not then");
     cloggedRuns_.erase(cloggedRuns_.begin(), cloggedRuns_.lower_bound(world_.now() - 100ms));
 }
 
@@ -371,6 +411,14 @@ void Invariants::anUnchangedRestartWritesNothing() const {
     hold(journal_.survivingWrites() == *unchangedSince_, "anUnchangedRestartWritesNothing: it did");
 }
 
+/// Of what the inputs decide; a binding SID may pass from one policy to another.
+void Invariants::aRestartWithdrawsNothingThatStays() const {
+    using enum Written;
+    for (auto const table : {exportedList, listStatus, listTunnel, selectionInput}) {
+        hold(!journal_.returned(table), "aRestartWithdrawsNothingThatStays: a row came back");
+    }
+}
+
 void Invariants::workEnds(Did did) {
     constexpr std::uint64_t plenty = 20000;
     runsAtOnce_ = did == Did::ran || did == Did::started ? runsAtOnce_ + 1 : 0;
@@ -400,6 +448,12 @@ void Invariants::watchOutputs() {
                  [this](SrTePolicy::PolicyId const& id) { entryWritten(id); });
     watches_.add(tables.segmentListStatus->status(),
                  [this](SegmentListId id) { listStatusWritten(id); });
+    watches_.add(tables.segmentListStatus->statusWithSbfd(), [this](auto const& key) {
+        if (!kept_.empty()) usabilityWritten(key.policyKey());
+    });
+    watches_.add(tables.config->policy(), [this](Key const& key) {
+        if (!kept_.empty()) usabilityWritten(key);
+    });
 }
 
 void Invariants::watchInputs() {
@@ -545,14 +599,26 @@ void Invariants::usabilityWritten(Key const& key) {
     }
 }
 
+bool Invariants::isUsable(Key const& key, SegmentListId id) const {
+    auto const& statuses = *world_.tables().segmentListStatus;
+    auto const status = world_.tables().config->sbfdConfigured(key)
+                            ? statuses.statusWithSbfd(SrTePolicy::Sbfd::SbfdKey::of(key, id))
+                            : statuses.status(id);
+    return status == SegmentListResolveError::noError;
+}
+
 bool Invariants::carriesTraffic(Key const& key, Wirex::MplsLabel bindingSid) const {
     auto const& entries = world_.tables().selectionInput->policyIdEntry();
+    auto const* const policy = world_.tables().ecPolicy->policy(key);
+    auto const* const active = policy ? policy->active() : nullptr;
     bool carries = false;
     for (auto row = entries.lowerBound(SrTePolicy::PolicyId::lowest(key));
          row && row.key().key == key; row.next()) {
+        // What the active candidate asks for is given to it at once, whatever its lists.
+        bool const isActive = active && active->policyId == row.key();
+        if (isActive && row.value().bindingSid != bindingSid) return false;
         for (auto const& list : row.value().wSegmentList) {
-            auto const status = world_.tables().segmentListStatus->status(list.segmentListId);
-            if (status != SegmentListResolveError::noError) continue;
+            if (!isUsable(key, list.segmentListId)) continue;
             if (row.value().bindingSid != bindingSid || list.weight == 0) return false;
             carries = true;
         }

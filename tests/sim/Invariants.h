@@ -49,6 +49,8 @@ private:
     void handle(Did did);
     void agentBegan();
     void check(Did did);
+    void checkServices() const;
+    bool rowsAwaitThePoll() const;
     void rested();
     bool changed(std::initializer_list<Written> tables) const;
 
@@ -60,6 +62,7 @@ private:
     void whatStaysIsKept() const;
     void timesMoveWithTheirCause();
     void anUnchangedRestartWritesNothing() const;
+    void aRestartWithdrawsNothingThatStays() const;
     void workEnds(Did did);
 
     // Inside writes.
@@ -74,6 +77,7 @@ private:
     void entryWritten(SrTePolicy::PolicyId const& id);
     void labelFecOrRouteGone(auto const& isOf);
     void usabilityWritten(Key const& key);
+    bool isUsable(Key const& key, SrTePolicy::SegmentListId id) const;
     bool carriesTraffic(Key const& key, Wirex::MplsLabel bindingSid) const;
     void forgetUnnamedLists();
 
@@ -85,6 +89,7 @@ private:
 
     std::array<std::uint64_t, writtenCount> writesBefore_{};
     std::optional<std::uint64_t> unchangedSince_;  // the writes at a crash out of rest
+    bool restarting_ = false;  // from rest to rest, inputs changing only between
     bool atRest_ = false;
     std::uint64_t runsAtOnce_ = 0;
     std::optional<std::uint64_t> yieldAfter_;

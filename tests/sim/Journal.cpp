@@ -41,6 +41,22 @@ std::uint64_t digest(Mpls::RouteKey key) {
 std::uint64_t digest(SrTePolicy::SegmentListResolveError error) {
     return static_cast<std::uint64_t>(error);
 }
+std::uint64_t digest(SrTePolicy::Sbfd::SbfdKey const& key) {
+    return key.policyKey().hash(key.segmentListId.value());
+}
+std::uint64_t digest(SrTePolicy::PolicySbfdConfig const& config) {
+    return seededHash(config.interval.value(), config.multiplier.value(),
+                      config.remoteDiscriminator.value());
+}
+std::uint64_t digest(SrTePolicy::TunnelIdToPolicyKeyEntry const& row) {
+    return row.policyKey.hash();
+}
+std::uint64_t digest(Bfd::AppPeer const& session) {
+    return digest(session.peer.stringValue());
+}
+std::uint64_t digest(Bfd::Timers const& timers) {
+    return seededHash(timers.interval.value(), timers.multiplier.value());
+}
 std::uint64_t digest(SrTePolicy::Export::SegmentList const& list) {
     auto hash = seededHash(list.policyId.hash(), list.distinguisherId.value(), list.size);
     for (auto const label : list.segment) hash = seededHash(hash, label.value());
@@ -113,6 +129,13 @@ Journal::Journal(World const& world) : world_(world) {
     own(Written::fec, tables.forwarding->fec());
     own(Written::policyTunnel, tables.policyTunnels->entry());
     own(Written::route, tables.bindingSidLfib->rows());
+    own(Written::combinedStatus, tables.segmentListStatus->statusWithSbfd());
+    own(Written::sbfdConfig, tables.sbfdInputConfig->config());
+    own(Written::session, tables.bfdSessions->session());
+    own(Written::tunnelMap, tables.tunnelMap->entry());
+    own(Written::nextHopTunnel, tables.nextHopTunnels->nhToTunnelMap());
+    own(Written::group, tables.gribiStatus->nhgToFecEntry());
+    own(Written::gribiRoute, tables.gribiLfib->rows());
 }
 
 void Journal::agentBegan() {
@@ -137,7 +160,7 @@ void Journal::note(Watches& watches, Written name, Table const& table,
     bool const mayBeEqual = name == Written::segmentStatus || name == Written::ecPolicy;
     watches.add(subject, [this, name, &table, mayBeEqual](Key const& key) {
         auto const* const row = table.find(key);
-        wrote(name, digest(key), row ? digest(*row) : 0, mayBeEqual);
+        wrote(name, digest(key), row ? digest(*row) + 1 : 0, mayBeEqual);
     });
 }
 
@@ -150,6 +173,16 @@ void Journal::wrote(Written name, std::uint64_t key, std::uint64_t value, bool m
         idleWrite_ = "table " + std::to_string(table);
     }
     last = value;
+    if (value == 0) {
+        gone_[table].insert(key);
+    } else if (gone_[table].contains(key)) {
+        returned_[table] = true;
+    }
+}
+
+void Journal::noReturnsUntilNow() {
+    for (auto& keys : gone_) keys.clear();
+    returned_.fill(false);
 }
 
 std::uint64_t Journal::survivingWrites() const {

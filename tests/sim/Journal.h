@@ -5,10 +5,11 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
+#include "tests/sim/Watches.h"
 #include "tests/sim/World.h"
-#include "tests/support/Watch.h"
 
 namespace Sim {
 
@@ -24,26 +25,19 @@ enum class Written : std::uint8_t {
     fec,
     policyTunnel,
     route,
-    lastSurviving = route,
+    combinedStatus,
+    sbfdConfig,
+    session,
+    tunnelMap,
+    nextHopTunnel,
+    group,
+    gribiRoute,
+    lastSurviving = gribiRoute,
     verdict,
     listUsers,
     segmentStatus
 };
-inline constexpr std::size_t writtenCount = 13;
-
-/// Watches that live and die together.
-class Watches {
-public:
-    /// `told(key)` is called inside every notification of `subject`.
-    template <class Key, class Told>
-    void add(Quor::Subject<Key> const& subject, Told told) {
-        all_.push_back(std::make_shared<Watch<Key>>(subject, std::move(told)));
-    }
-    void clear() { all_.clear(); }
-
-private:
-    std::vector<std::shared_ptr<void>> all_;
-};
+inline constexpr std::size_t writtenCount = 20;
 
 /// Everything that the machines of a world write, as it happens: counted, and hashed into the trace
 /// of the run.
@@ -61,6 +55,9 @@ public:
     std::uint64_t hash();
     /// The first notification that told of no change: its table and key, or nothing.
     std::string const& idleWrite() const { return idleWrite_; }
+    /// Whether a row has gone and come back since `noReturnsUntilNow`.
+    bool returned(Written table) const { return returned_[static_cast<std::size_t>(table)]; }
+    void noReturnsUntilNow();
 
 private:
     template <class Table, class Key>
@@ -73,6 +70,8 @@ private:
     std::uint64_t hash_ = 0;
     std::size_t messages_ = 0;
     std::string idleWrite_;
+    std::array<std::unordered_set<std::uint64_t>, writtenCount> gone_;  // by key
+    std::array<bool, writtenCount> returned_{};
     std::array<std::unordered_map<std::uint64_t, std::uint64_t>, writtenCount> last_;  // by key
     Watches watches_, runWatches_;
 };

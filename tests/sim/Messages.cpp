@@ -65,6 +65,29 @@ std::set<Message> topics(std::set<Message> const& messages) {
 Messages::Messages(World const& world) : world_(world) {
     watches_.add(world.tables().policyStatus->policyStatusEntry(),
                  [this](SrTePolicy::PolicyKey const& key) { holderSeen(key); });
+    watches_.add(world.tables().config->specifiedBsidOnly,
+                 [this](std::monostate) { isToldAgain("SRTE_POLICY_INVALID", ""); });
+    watches_.add(world.tables().mplsConfig->labelRange(),
+                 [this](std::string const&) { isToldAgain("SRTE_POLICY_INVALID", ""); });
+    watches_.add(world.tables().otherLfib->rows(), [this](Mpls::RouteKey key) {
+        if (!hasRecord(key.topLabel())) return;
+        isToldAgain("SRTE_RESOLVED_SEGMENT_LIST", ' ' + key.stringValue() + ' ');
+    });
+}
+
+/// A message is sent whenever its step runs, also when it is an old one by then.
+void Messages::isToldAgain(std::string_view identifier, std::string_view text) {
+    std::erase_if(applied_, [identifier, text](Message const& message) {
+        return message.first.starts_with(identifier) && message.second.find(text) != text.npos;
+    });
+}
+
+/// Whether a write of the label's route was one of its segment's record.
+bool Messages::hasRecord(Wirex::MplsLabel label) const {
+    if (!world_.machines()) return false;
+    auto const& run = world_.machines()->tables();
+    auto const segment = run.coreDedupTables->segDedupTablePtr()->lookupByLabel(label);
+    return segment && run.segmentStatus->status(segment->segmentId());
 }
 
 void Messages::holderSeen(SrTePolicy::PolicyKey const& key) {

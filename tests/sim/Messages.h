@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "tests/sim/Journal.h"
 #include "tests/sim/Model.h"
@@ -24,6 +25,8 @@ public:
     void check(Witnesses const& witnesses);
 
 private:
+    void isToldAgain(std::string_view identifier, std::string_view text);
+    bool hasRecord(Wirex::MplsLabel label) const;
     void wishesSeen();
     void holderSeen(SrTePolicy::PolicyKey const& key);
     void checkDue(Message const& message, Witnesses const& witnesses) const;

@@ -16,7 +16,7 @@ using SrTePolicy::PolicyKey;
 
 bool changesResolution(Kind kind) {
     return kind == Kind::route || kind == Kind::routeGone || kind == Kind::tiLfa ||
-           kind == Kind::tiLfaGone || kind == Kind::depth;
+           kind == Kind::tiLfaGone || kind == Kind::depth || kind >= Kind::nextHop;
 }
 
 /// Whether the event, right after an equal one, writes nothing.
@@ -91,13 +91,18 @@ private:
     /// The policies that the inputs alone give a route or a FEC, with their binding SIDs; those
     /// apart for which several contend.
     static std::map<PolicyKey, Wirex::MplsLabel> publishedBy(Expected::Outcome const& now) {
-        std::map<Wirex::MplsLabel, int> wanted;
-        for (auto const& candidate : now.candidates) ++wanted[candidate.entry->bindingSid];
+        std::map<Wirex::MplsLabel, std::set<PolicyKey>> wanted;
+        std::map<PolicyKey, std::set<Wirex::MplsLabel>> wishes;
+        for (auto const& candidate : now.candidates) {
+            wanted[candidate.entry->bindingSid].insert(candidate.id().key);
+            wishes[candidate.id().key].insert(candidate.entry->bindingSid);
+        }
         std::map<PolicyKey, Wirex::MplsLabel> published;
         for (auto const& [key, policy] : now.policies) {
-            if (!policy.published) continue;
+            // A candidate on its way out may have its own wish for a moment.
+            if (!policy.published || wishes[key].size() > 1) continue;
             auto const bindingSid = policy.active().entry->bindingSid;
-            if (bindingSid.isNull() || wanted[bindingSid] == 1) published[key] = bindingSid;
+            if (bindingSid.isNull() || wanted[bindingSid].size() == 1) published[key] = bindingSid;
         }
         return published;
     }
@@ -116,7 +121,8 @@ private:
             }
         }
         for (auto const& [list, id] : listIds_) {
-            if (holders.listId.at(list) == id) continue;
+            // A next hop that is written again gets a new list.
+            if (!list.distinguisherId.isPolicyList() || holders.listId.at(list) == id) continue;
             throw Violation{"aListKeepsItsIdentity: not " + id.stringValue()};
         }
         listIds_ = holders.listId;
@@ -126,7 +132,6 @@ private:
     /// Whatever holds the agent back ends; then its candidates go.
     void end() {
         last_.reset();
-        world_.yieldAfterIs(std::nullopt);
         take({Kind::clog});
         take({Kind::start});
         take({Kind::wait});
@@ -134,6 +139,10 @@ private:
         outcome_.rows = observedRows(world_.tables(), world_.machines()->tables());
         outcome_.witnesses = witnesses(world_.tables());
         for (auto const& place : {0u, 1u, 2u, 3u}) take({Kind::source, place});
+        take({Kind::gribi, 0, 1});
+        while (!world_.tables().tunnelCounters->tunnelCounter().empty()) take({Kind::counter});
+        // The tunnel map looks once a second, and may yield at each tunnel.
+        for (int polls = 0; world_.mayPoll() && polls < 64; ++polls) take({Kind::wait, 0, 1});
         nothingIsLeft(world_.tables(), world_.machines()->tables());
         nothingIsRemembered(*world_.machines());
     }

@@ -18,7 +18,9 @@ double seconds(Agent::Time time) {
 
 bool writesAnything(Agent::Step const& step) {
     return !step.router.empty() || !step.lfib.empty() || !step.tiLfa.empty() ||
-           !step.policies.empty() || !step.removedCandidates.empty();
+           !step.policies.empty() || !step.removedCandidates.empty() || step.bfd ||
+           step.gribi.configuration || !step.gribi.nextHop.empty() ||
+           !step.gribi.nextHopGroup.empty() || !step.gribi.mpls.empty();
 }
 
 [[noreturn]] void throwViolation(char const* text, char const* unit, int line) {
@@ -29,6 +31,9 @@ bool writesAnything(Agent::Step const& step) {
 
 World::World() : scheduler_(Quor::makePtr<Keel::TaskScheduler>(activityClock_.clock)) {
     Quor::stopHookIs(throwViolation);
+    sessionWatch_.add(tables_.bfdSessions->session(), [this](Bfd::AppPeer const& session) {
+        if (!tables_.bfdSessions->session(session)) tables_.bfdPeers->operStateDel(session.peer);
+    });
     Syslog::limiterClear();
 }
 
@@ -105,7 +110,27 @@ void World::advance(Agent::Time duration) {
 bool World::atRest() const {
     return machines_ && machines_->started() && machines_->inputSettled() &&
            machines_->segmentListSm().drained() && machines_->selectionSm().drained() &&
-           machines_->publishSm().drained() && !scheduler_->nextExpiration();
+           machines_->publishSm().drained() && machines_->sbfdInputSm().drained() &&
+           (!scheduler_->nextExpiration() || mayPoll());
+}
+
+bool World::mayPoll() const {
+    auto const& counters = tables_.tunnelCounters->tunnelCounter();
+    auto const& rows = tables_.tunnelMap->entry();
+    for (auto row = rows.begin(); row; row.next()) {
+        if (counters.has(row.key()) || !isUsed(row.key())) return true;
+    }
+    return false;
+}
+
+bool World::isUsed(Tunnel::TunnelTable::TunnelId tunnelId) const {
+    auto const& entries = tables_.selectionInput->policyIdEntry();
+    for (auto row = entries.begin(); row; row.next()) {
+        for (auto const& list : row.value().wSegmentList) {
+            if (list.segmentListId.getTunnelId() == tunnelId) return true;
+        }
+    }
+    return false;
 }
 
 std::optional<Agent::Time> World::nextExpiration() const {

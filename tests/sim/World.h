@@ -13,6 +13,7 @@
 #include "agent/SyslogRecords.h"
 #include "agent/Tables.h"
 #include "agent/Writer.h"
+#include "tests/sim/Watches.h"
 
 namespace Sim {
 
@@ -63,8 +64,12 @@ public:
     void advance(Agent::Time duration);
 
     bool clogged() const { return tables_.fieldlog->outputClogged(); }
-    /// Started, with nothing left to do but to wait for events.
+    /// Started, with nothing left to do but to wait for events, and for the counters of tunnels
+    /// that nobody uses.
     bool atRest() const;
+    /// Whether the tunnel map may look at counters again when time goes by.
+    bool mayPoll() const;
+    bool isUsed(Tunnel::TunnelTable::TunnelId tunnelId) const;
     /// When the next task that waits for the clock is due.
     std::optional<Agent::Time> nextExpiration() const;
 
@@ -98,6 +103,8 @@ private:
     Agent::Time now_{0};
     std::optional<std::uint64_t> yieldAfter_;
     bool damaged_ = false;
+    // As BFD does: a peer is forgotten with its session.
+    Watches sessionWatch_;
 };
 
 }  // namespace Sim
