@@ -93,14 +93,20 @@ private:
     static std::map<PolicyKey, Wirex::MplsLabel> publishedBy(Expected::Outcome const& now) {
         std::map<Wirex::MplsLabel, std::set<PolicyKey>> wanted;
         std::map<PolicyKey, std::set<Wirex::MplsLabel>> wishes;
+        std::set<PolicyKey> unpublishable;
         for (auto const& candidate : now.candidates) {
             wanted[candidate.entry->bindingSid].insert(candidate.id().key);
             wishes[candidate.id().key].insert(candidate.entry->bindingSid);
+            bool const publishable = std::ranges::all_of(
+                candidate.entry->segmentList, [](auto const& list) { return list.weight > 0; });
+            if (!publishable) unpublishable.insert(candidate.id().key);
         }
         std::map<PolicyKey, Wirex::MplsLabel> published;
         for (auto const& [key, policy] : now.policies) {
-            // A candidate on its way out may have its own wish for a moment.
-            if (!policy.published || wishes[key].size() > 1) continue;
+            // A candidate on its way out may have its own wish for a moment, and one that cannot be
+            // published may come first for a moment.
+            if (!policy.published || wishes[key].size() > 1 || unpublishable.contains(key))
+                continue;
             auto const bindingSid = policy.active().entry->bindingSid;
             if (bindingSid.isNull() || wanted[bindingSid].size() == 1) published[key] = bindingSid;
         }

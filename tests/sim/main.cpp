@@ -4,10 +4,25 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <optional>
 
+#include "Platform/Fastlog/Duallog.h"
 #include "tests/sim/Simulation.h"
 
 namespace {
+
+/// Prints every trace of the library.
+class PrintedTraces final : public Duallog::Sink {
+public:
+    PrintedTraces() {
+        Duallog::primarySinkIs(this);
+        Fastlog::levelMaskIs("*", Fastlog::allLevels);
+    }
+    ~PrintedTraces() override { Duallog::reset(); }
+    void line(Fastlog::Facility const& facility, int, double time, std::string_view text) override {
+        std::cout << "    " << time << ' ' << facility.name() << ": " << text << '\n';
+    }
+};
 
 struct Options {
     std::uint64_t first = 1;
@@ -15,9 +30,12 @@ struct Options {
     std::size_t events = 300;
     std::string replay;
     bool list = false;
+    bool trace = false;
 };
 
-int replay(std::string const& text) {
+int replay(std::string const& text, bool trace) {
+    std::optional<PrintedTraces> traces;
+    if (trace) traces.emplace();
     auto const events = Sim::parseEvents(text);
     if (!events) {
         std::cerr << "These are no events.\n";
@@ -73,6 +91,7 @@ int main(int argc, char** argv) {
     app.add_option("--replay", options.replay,
                    "Run these events instead, as a failure prints them");
     app.add_flag("--list", options.list, "Name each failure in a line, without shrinking it");
+    app.add_flag("--trace", options.trace, "With --replay: print the library's traces");
     CLI11_PARSE(app, argc, argv);
-    return options.replay.empty() ? runSeeds(options) : replay(options.replay);
+    return options.replay.empty() ? runSeeds(options) : replay(options.replay, options.trace);
 }
