@@ -21,10 +21,12 @@ public:
     /// The last identity handed out; 0 when none was.
     Quor::Attribute<Id> const& uniqueId() const { return uniqueId_; }
     void uniqueIdIs(Id id) { uniqueId_.valueIs(id); }
-    /// Identities are never reused: running out of them stops the agent.
+    /// An identity is given again only once all the others were: clients that write for ever use
+    /// them up. Never 0, and none that a live handle has.
     Id uniqueIdInc(std::uint32_t count) {
-        auto const next = uniqueId_().value() + count;
-        QUOR_ASSERT(next >= uniqueId_().value(), "uniqueId does not wrap");
+        auto next = uniqueId_().value() + count;
+        wrapped_ = wrapped_ || next < count;
+        while (wrapped_ && (next == 0 || notifiers_.has(Id(next)))) ++next;
         uniqueIdIs(Id(next));
         return uniqueId_();
     }
@@ -52,6 +54,7 @@ protected:
 
 private:
     Quor::Attribute<Id> uniqueId_;
+    bool wrapped_ = false;
     Notifiers notifiers_;
     Quor::Subject<NotifierPtr> subject_;
 };

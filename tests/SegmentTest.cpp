@@ -54,7 +54,7 @@ TEST_F(SegmentTest, ALabelIsOneSegmentWithOneIdentity) {
     EXPECT_EQ(otherType->stringValue(), "Id: 2, Type: 2, Label: 16");
 }
 
-TEST_F(SegmentTest, AnIdentityIsNeverGivenAgain) {
+TEST_F(SegmentTest, AnIdentityIsGivenAgainOnlyAfterAllOthersAndNeverWhileItIsInUse) {
     auto segment = intern(16);
     segment = nullptr;
     EXPECT_EQ(table()->lookupByLabel(MplsLabel(16)), nullptr);
@@ -63,8 +63,15 @@ TEST_F(SegmentTest, AnIdentityIsNeverGivenAgain) {
     auto const& collection = tables->notifyingSegmentCollection();
     EXPECT_EQ(collection->uniqueIdInc(0), SegmentId(2));
     EXPECT_EQ(collection->uniqueIdInc(5), SegmentId(7));
-    collection->uniqueIdIs(SegmentId(0xFFFFFFFF));
-    EXPECT_DEATH(intern(17), "uniqueId does not wrap");
+    collection->uniqueIdIs(SegmentId(0));
+    auto const first = intern(17);
+    collection->uniqueIdIs(SegmentId(0xFFFFFFFE));
+    auto const last = intern(18);
+    EXPECT_EQ(last->segmentId(), SegmentId(0xFFFFFFFF));
+    auto const second = intern(19);
+    EXPECT_EQ(second->segmentId(), SegmentId(2));
+    collection->uniqueIdIs(SegmentId(0));
+    EXPECT_EQ(intern(20)->segmentId(), SegmentId(3));
 }
 
 TEST_F(SegmentTest, ObserversSeeWhoCameAndWhoWent) {
