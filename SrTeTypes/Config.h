@@ -32,7 +32,6 @@ struct SRTE_EXPORT PolicySbfdConfig {
 
     friend auto operator<=>(PolicySbfdConfig const&, PolicySbfdConfig const&) = default;
 };
-using SbfdSettings = PolicySbfdConfig;
 
 /// A policy as it is configured on this router, apart from its candidates.
 struct SRTE_EXPORT StaticPolicy {

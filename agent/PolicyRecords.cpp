@@ -101,13 +101,13 @@ void refuseEqualIdentities(Node const& candidates, Findings& findings) {
     }
 }
 
-std::optional<SrTePolicy::SbfdSettings> sbfdOf(Node const& policy) {
+std::optional<SrTePolicy::PolicySbfdConfig> sbfdOf(Node const& policy) {
     auto const* const sbfd = policy.find("sbfd");
     if (!sbfd || !isSound(*sbfd)) return std::nullopt;
     auto const field = [&](char const* key) { return numberAt(*sbfd, key, std::uint32_t{0}); };
-    return SrTePolicy::SbfdSettings{Bfd::Interval(field("interval")),
-                                    Bfd::Multiplier(field("multiplier")),
-                                    Bfd::Discriminator(field("discriminator"))};
+    return SrTePolicy::PolicySbfdConfig{Bfd::BfdInterval(field("interval")),
+                                        Bfd::BfdMultiplier(field("multiplier")),
+                                        Bfd::BfdDiscriminator(field("discriminator"))};
 }
 
 bool contains(std::vector<std::string> const& names, std::string const& name) {

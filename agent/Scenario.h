@@ -113,8 +113,8 @@ struct SessionReport {
 
 /// The global BFD settings; what is zero is not set.
 struct BfdSettings {
-    Bfd::Interval interval;
-    Bfd::Multiplier multiplier;
+    Bfd::BfdInterval interval;
+    Bfd::BfdMultiplier multiplier;
 };
 
 /// gRIBI entries are as a client can send them, in plain numbers: labels, for one, go one beyond

@@ -151,8 +151,8 @@ void ScenarioBuilder::addBfd(Node const& patch, Step& step) const {
     auto const* const bfd = stateAt({"bfd"});
     step.bfd.emplace();
     if (!bfd || !isSound(*bfd)) return;
-    step.bfd->interval = Bfd::Interval(numberAt(*bfd, "interval", std::uint32_t{0}));
-    step.bfd->multiplier = Bfd::Multiplier(numberAt(*bfd, "multiplier", std::uint32_t{0}));
+    step.bfd->interval = Bfd::BfdInterval(numberAt(*bfd, "interval", std::uint32_t{0}));
+    step.bfd->multiplier = Bfd::BfdMultiplier(numberAt(*bfd, "multiplier", std::uint32_t{0}));
 }
 
 void ScenarioBuilder::addPolicies(Named const& named, Step& step) {

@@ -119,7 +119,7 @@ void showTiLfaTunnels(Host const& host, Rows& rows) {
 
 /// Whether the tunnel's list is one of its candidate's.
 bool isUsed(TunnelId tunnelId, SurvivingTables const& tables) {
-    SrTePolicy::SegmentListId const id(static_cast<std::uint32_t>(tunnelId.index()));
+    auto const id = segmentListOf(tunnelId);
     auto const* const list = tables.exportedLists->segmentList(id);
     auto const* const entry = list ? tables.selectionInput->policyIdEntry(list->policyId) : nullptr;
     return entry && std::any_of(entry->wSegmentList.begin(), entry->wSegmentList.end(),

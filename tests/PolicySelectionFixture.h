@@ -110,7 +110,7 @@ protected:
         listsAre(SegmentListResolveError::zeroResolvedLabels, ids);
     }
     void sbfdConfigured(PolicyKey const& key, bool configured) {
-        config->policyIs({key, configured ? std::optional(SbfdSettings()) : std::nullopt});
+        config->policyIs({key, configured ? std::optional(PolicySbfdConfig()) : std::nullopt});
     }
     void sessionIs(std::uint32_t list, SegmentListResolveError error) {
         status->statusWithSbfdIs(Sbfd::SbfdKey::of(P, SegmentListId(list)), error);

@@ -450,7 +450,7 @@ policies: {1 1.1.1.1: {sbfd: {}}, 2 1.1.1.1: {}}
 counters: {1 1.1.1.1 a l: true}
 )");
     EXPECT_EQ(start.bfd->interval.value(), 300u);
-    EXPECT_EQ(start.policies.written.at(0).policy.settings.sbfd, SrTePolicy::SbfdSettings());
+    EXPECT_EQ(start.policies.written.at(0).policy.settings.sbfd, SrTePolicy::PolicySbfdConfig());
     EXPECT_EQ(start.policies.written.at(1).policy.settings.sbfd, std::nullopt);
     EXPECT_EQ(start.counters.written.at(0).text(), "1 1.1.1.1 a l");
 

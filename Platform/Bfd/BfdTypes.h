@@ -30,10 +30,6 @@ using BfdMultiplier = Number<struct BfdMultiplierTag>;
 /// Names a session at its reflector (RFC 7880, 4).
 using BfdDiscriminator = Number<struct BfdDiscriminatorTag>;
 
-using Interval = BfdInterval;
-using Multiplier = BfdMultiplier;
-using Discriminator = BfdDiscriminator;
-
 /// How fast a session runs.
 struct Timers {
     BfdInterval interval;
