@@ -56,13 +56,13 @@ void SbfdInputSm::handleInitialized() {
 
     task_ = Quor::makePtr<Keel::TimerTask>(taskScheduler_, "SbfdInputSmTask",
                                            Keel::TaskPriority::normal, [this] { handleTaskRun(); });
+    task_->scheduleTask();
     auto const& configs = sbfdInputConfig_->config();
     for (auto row = configs.begin(); row; row.next()) unusedConfigs_.tryEmplace(row.key());
     handleConfig();
     handleSegmentListUser();
     for (auto row = unusedConfigs_.begin(); row; row.next()) configDel(row.key());
     unusedConfigs_.clear();
-    task_->scheduleTask();
 }
 
 void SbfdInputSm::handleDel() {
@@ -135,12 +135,11 @@ void SbfdInputSm::handleTaskRun() {
 
 // A list is told before its candidate is complete, so that nothing but its users counts here.
 void SbfdInputSm::processSegmentListUser(SegmentListId segmentListId, PolicyKey const& policyKey) {
-    auto const* const policy = config_->policy(policyKey);
-    if (!policy || !policy->sbfd) return;
+    if (!config_->sbfdConfigured(policyKey)) return;
     auto const key = SbfdKey::of(policyKey, segmentListId);
     // Another candidate of the policy may still use the list.
     if (segmentListIdToPolicyMap_->hasPolicy(segmentListId, policyKey)) {
-        configIs(key, *policy->sbfd);
+        configIs(key);
     } else {
         configDel(key);
     }
@@ -154,7 +153,7 @@ void SbfdInputSm::addSegmentListSbfdConfig(PolicyKey const& policyKey) {
     } else {
         globalIntervalPolicies_.erase(policyKey);
     }
-    rewriteSbfdConfig(policyKey, settings);
+    rewriteSbfdConfig(policyKey);
     auto row = policyKeyToIdMap_->firstCandidate(policyKey);
     if (!row || row.key().key != policyKey) {
         SRTE_TRACE(8, "policyKeyToIdMap no key: " << policyKey);
@@ -165,19 +164,19 @@ void SbfdInputSm::addSegmentListSbfdConfig(PolicyKey const& policyKey) {
         if (!entry) SRTE_TRACE(8, "policySelectionInput no id: " << row.key());
         // Found again for each list, as whoever hears of one may do anything.
         for (std::size_t i = 0; entry && i < entry->wSegmentList.size(); ++i) {
-            configIs(SbfdKey::of(policyKey, entry->wSegmentList[i].segmentListId), settings);
+            configIs(SbfdKey::of(policyKey, entry->wSegmentList[i].segmentListId));
             entry = policySelectionInput_->policyIdEntry(row.key());
         }
     }
 }
 
 // The lists of a candidate that is not complete yet have their rows already.
-void SbfdInputSm::rewriteSbfdConfig(PolicyKey const& policyKey, PolicySbfdConfig const& settings) {
+void SbfdInputSm::rewriteSbfdConfig(PolicyKey const& policyKey) {
     auto const& configs = sbfdInputConfig_->config();
     for (auto row = configs.lowerBound(SbfdKey::of(policyKey, SegmentListId()));
          row && row.key().policyKey() == policyKey; row.next()) {
         auto const listId = row.key().segmentListId;
-        if (segmentListIdToPolicyMap_->hasPolicy(listId, policyKey)) configIs(row.key(), settings);
+        if (segmentListIdToPolicyMap_->hasPolicy(listId, policyKey)) configIs(row.key());
     }
 }
 
@@ -189,10 +188,14 @@ void SbfdInputSm::deleteSegmentListSbfdConfig(PolicyKey const& policyKey) {
     }
 }
 
-void SbfdInputSm::configIs(SbfdKey const& key, PolicySbfdConfig const& settings) {
+// As the settings are now: an earlier row of the same event may have ended them, or the machine.
+void SbfdInputSm::configIs(SbfdKey const& key) {
+    auto const* const policy = config_->policy(key.policyKey());
+    if (!initialized_ || !policy || !policy->sbfd) return;
+
     unusedConfigs_.erase(key);
-    Sbfd::SegmentListSbfdConfig const config{key, settings.remoteDiscriminator,
-                                             SbfdParams::of(settings)};
+    Sbfd::SegmentListSbfdConfig const config{key, policy->sbfd->remoteDiscriminator,
+                                             SbfdParams::of(*policy->sbfd)};
     if (sbfdInputConfig_->configIs(config)) SRTE_TRACE(7, "add sbfdInputConfig " << config);
 }
 

@@ -59,9 +59,9 @@ private:
     void handleSegmentListUser();  // every list
     void processSegmentListUser(SegmentListId segmentListId, PolicyKey const& policyKey);
     void addSegmentListSbfdConfig(PolicyKey const& policyKey);
-    void rewriteSbfdConfig(PolicyKey const& policyKey, PolicySbfdConfig const& settings);
+    void rewriteSbfdConfig(PolicyKey const& policyKey);
     void deleteSegmentListSbfdConfig(PolicyKey const& policyKey);
-    void configIs(Sbfd::SbfdKey const& key, PolicySbfdConfig const& settings);
+    void configIs(Sbfd::SbfdKey const& key);
     void configDel(Sbfd::SbfdKey const& key);
     void updateMaxInterval(PolicySbfdConfig const& policySbfdConfig);
     void maxIntervalIs(Bfd::BfdInterval interval) { maxInterval_ = interval; }

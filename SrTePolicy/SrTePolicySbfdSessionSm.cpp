@@ -136,6 +136,8 @@ void SbfdSessionSm::handleBfdGlobalCfg() {
 
 // The end of every event: the row of the key as the inputs have it now.
 void SbfdSessionSm::refresh(SbfdKey const& sbfdKey) {
+    if (!initialized_) return;  // an earlier row of the same event ended the machine
+
     if (auto const* const session = sessions_.session(sbfdKey)) {
         updateStatusWithSbfd(sbfdKey, session->valid);
     } else if (isUsed(sbfdKey)) {

@@ -175,6 +175,22 @@ TEST_F(SbfdInputSmTest, MaxIntervalOnlyGrows) {
               "currentExpirationTime: 0.000000\n  maxInterval: 4294967295\n");
 }
 
+TEST_F(SbfdInputSmTest, WhoHearsOfARowMayEndTheSettingsOrTheMachine) {
+    start();
+    offer(candidate(P, 1), {1, 2});
+    bool endMachine = false;
+    Watch<SbfdKey> const ender{sbfdConfig->config(), [&](auto const&) {
+                                   if (endMachine) sm->handleDel();
+                                   config->policyDel(P);
+                               }};
+    for (bool const machine : {false, true}) {
+        endMachine = machine;
+        settings(P, 50, 3);
+        EXPECT_EQ(told(), "+P1; -P1");
+    }
+    restartsHitless = false;
+}
+
 TEST_F(SbfdInputSmTest, ReadyIsSaidByTheTaskAndSurvivesAStop) {
     TraceLines traces("SrTePolicySbfdSm", 1u << 9);
     create();

@@ -284,6 +284,20 @@ TEST_F(SbfdSessionSmTest, NothingBeforeTheStartAndAfterTheStop) {
     restartsHitless = false;
 }
 
+TEST_F(SbfdSessionSmTest, AnEndWithinAnEventIsTheEnd) {
+    start();
+    plain(1, noError);
+    for (auto const& key : {P, Q}) {
+        use(1, candidate(key));
+        configure(key, 1, pair(50, 3));
+    }
+    takeLog();
+    Watch<SbfdKey> const ender{status->statusWithSbfd(), [this](auto const&) { sm->handleDel(); }};
+    report(1, OperState::down);
+    EXPECT_EQ(told(), "+P1; -us 1@7; -P1; -Q1");
+    restartsHitless = false;
+}
+
 /// Every combination of configuration, users, plain status and peers, reached in every order.
 class SbfdSessionModelTest : public ModelTest<SbfdSessionSmTest> {
 protected:
