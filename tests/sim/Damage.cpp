@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "Platform/Mpls/LfibWriter.h"
+#include "tests/sim/TableWalk.h"
 #include "tests/sim/Universe.h"
 
 namespace Sim {
@@ -16,18 +17,6 @@ using SrTePolicy::SegmentListId;
 using SrTePolicy::SegmentListResolveError;
 using Tunnel::TunnelTable::TunnelId;
 using Tunnel::TunnelTable::TunnelType;
-
-/// The key of some row, or nothing when there is none.
-auto keyIn(auto const& table, std::uint32_t pick) {
-    auto row = table.begin();
-    using Key = std::decay_t<decltype(row.key())>;
-    std::optional<Key> key;
-    for (auto left = table.size() ? pick % table.size() : 0; row; row.next()) {
-        key = row.key();
-        if (left-- == 0) break;
-    }
-    return key;
-}
 
 FecId strayFec(std::uint32_t pick) {
     return FecId::fecIdForAdjType(AdjType::srTePolicy, Agent::policyFecIds.min.value() + pick % 40);

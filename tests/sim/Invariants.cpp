@@ -7,6 +7,7 @@
 
 #include "Platform/Keel/DumpContext.h"
 #include "tests/sim/Services.h"
+#include "tests/sim/TableWalk.h"
 
 namespace Sim {
 
@@ -19,20 +20,6 @@ using SrTePolicy::SegmentListResolveError;
 using Tunnel::TunnelTable::TunnelId;
 using Tunnel::TunnelTable::TunnelType;
 
-std::string const& textOf(std::string const& text) {
-    return text;
-}
-std::string textOf(auto const& value) {
-    return value.stringValue();
-}
-
-void hold(bool condition, char const* what, auto const&... about) {
-    if (condition) return;
-    std::string text = what;
-    ((text += ' ' + textOf(about)), ...);
-    throw Violation{text};
-}
-
 bool isPolicyFec(FecId id) {
     return id.masked() >= Agent::policyFecIds.min && id.masked() <= Agent::policyFecIds.max;
 }
@@ -40,10 +27,6 @@ bool isPolicyFec(FecId id) {
 std::optional<SegmentListId> listOf(TunnelId tunnelId) {
     if (tunnelId.type() != TunnelType::srTeSegmentList) return std::nullopt;
     return SegmentListId(static_cast<std::uint32_t>(tunnelId.index()));
-}
-
-void forEach(auto const& table, auto const& action) {
-    for (auto row = table.begin(); row; row.next()) action(row.key(), row.value());
 }
 
 double seconds(Agent::Time time) {

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "Platform/Mpls/LfibWriter.h"
+#include "tests/sim/TableWalk.h"
 #include "tests/sim/Universe.h"
 
 namespace Sim {
@@ -71,18 +72,6 @@ Agent::GribiNextHopGroup groupAt(std::uint32_t place, std::uint32_t content) {
         group.nextHopWeights.emplace_back(id, weights[random(weights.size())]);
     }
     return group;
-}
-
-/// The key of some row, or nothing when there is none.
-auto keyIn(auto const& table, std::uint32_t pick) {
-    auto row = table.begin();
-    using Key = std::decay_t<decltype(row.key())>;
-    std::optional<Key> key;
-    for (auto left = table.size() ? pick % table.size() : 0; row; row.next()) {
-        key = row.key();
-        if (left-- == 0) break;
-    }
-    return key;
 }
 
 /// Mostly the peer of a session of ours. States that we know nothing of belong to others.
@@ -222,21 +211,6 @@ void damageService(Agent::SurvivingTables const& tables, std::uint32_t kind, std
             break;
     }
 }
-
-namespace {
-
-void hold(bool condition, char const* what, auto const&... about) {
-    if (condition) return;
-    std::string text = what;
-    ((text += ' ' + about.stringValue()), ...);
-    throw Violation{text};
-}
-
-void forEach(auto const& table, auto const& action) {
-    for (auto row = table.begin(); row; row.next()) action(row.key(), row.value());
-}
-
-}  // namespace
 
 void gribiRoutesLeadToTheirGroups(Agent::Tables const& tables) {
     forEach(tables.gribiLfib->rows(), [&](Mpls::RouteKey key, auto const& row) {
