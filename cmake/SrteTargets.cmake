@@ -72,6 +72,6 @@ function(srte_test name)
   target_precompile_headers(${target} REUSE_FROM srte_test_pch)
   add_test(NAME ${target} COMMAND ${target} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(${target} PROPERTIES
-    TIMEOUT 120
+    TIMEOUT 900
     ENVIRONMENT "UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()
