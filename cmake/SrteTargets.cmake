@@ -2,8 +2,8 @@
 #   One subsystem: target srte_NAME, linked as srte::NAME. Without SOURCES it is header-only.
 #   Who may use whom is who links whom: LINK names only components of the same ring or an inner one.
 #
-# srte_test(NAME LINK targets...)
-#   The unit test NAMETest of tests/NAMETest.cpp, run by ctest.
+# srte_test(NAME [SHARDS count] LINK targets...)
+#   The unit test NAMETest of tests/NAMETest.cpp, run by ctest; a long one in shards side by side.
 
 include_guard(GLOBAL)
 
@@ -58,7 +58,7 @@ function(srte_component name)
 endfunction()
 
 function(srte_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "SHARDS" "LINK")
   set(target ${name}Test)
   if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${target}.cpp)
     message(FATAL_ERROR "srte_test(${name}): there is no ${CMAKE_CURRENT_SOURCE_DIR}/${target}.cpp")
@@ -70,8 +70,19 @@ function(srte_test name)
   # The same false alarm about concatenations in a third dress; tests build texts all the time.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>)
   target_precompile_headers(${target} REUSE_FROM srte_test_pch)
-  add_test(NAME ${target} COMMAND ${target} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
-  set_tests_properties(${target} PROPERTIES
-    TIMEOUT 900
-    ENVIRONMENT "UBSAN_OPTIONS=print_stacktrace=1")
+  if(NOT arg_SHARDS)
+    set(arg_SHARDS 1)
+  endif()
+  foreach(shard RANGE 1 ${arg_SHARDS})
+    set(test ${target})
+    if(arg_SHARDS GREATER 1)
+      string(APPEND test ${shard})
+    endif()
+    math(EXPR index "${shard} - 1")
+    add_test(NAME ${test} COMMAND ${target} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+    set_tests_properties(${test} PROPERTIES
+      TIMEOUT 900
+      ENVIRONMENT
+        "UBSAN_OPTIONS=print_stacktrace=1;GTEST_TOTAL_SHARDS=${arg_SHARDS};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()
