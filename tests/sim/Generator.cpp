@@ -176,7 +176,21 @@ private:
         add(Kind::candidate, place, contents_[place], steps());
     }
 
+    /// What has just gone still stands in some tables when the agent dies: its identities must not
+    /// pass to what comes meanwhile.
+    void addCrashMidway() {
+        CandidateContent content(random_(CandidateContent::count));
+        content.bsid = 3;
+        auto const place = candidatePlace();
+        add(Kind::candidate, place, content.number(), Event::allSteps);
+        add(Kind::candidateGone, place, 0, static_cast<std::uint8_t>(1 + random_(4)));
+        add(Kind::crash, 0, 0, 0);
+        addCandidate();
+        add(Kind::start, 0, 0, steps());
+    }
+
     void addRestart() {
+        if (random_.percent(15)) return addCrashMidway();
         auto const dice = random_(100);
         if (dice < 45) return add(Kind::restart, 0, 0, steps());
         if (dice < 55) {
