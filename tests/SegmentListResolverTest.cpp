@@ -34,23 +34,18 @@ TEST(ComputeEgressMplsVia, TheActionDecidesWhatBecomesOfTheLabelsBelowTheTop) {
     };
     Case const cases[] = {
         {"swap", Action::swap, {100}, {17, 18}, {100, 17, 18}},
-        {"swap, list of one", Action::swap, {100}, {}, {100}},
         {"swap to implicit null", Action::swap, {3}, {17, 18}, {3, 17, 18}},
         {"swap without a label", Action::swap, {}, {17}, {17}},
         {"swap to nothing", Action::swap, {}, {}, {}},
         {"push", Action::push, {100, 101}, {17, 18}, {100, 101, 17, 18}},
-        {"push without interface", Action::push, {100}, {17}, {100, 17}, {}, {}},
         {"push over TI-LFA", Action::push, {100}, {17}, {100, 17}, {}, et1, true},
         {"pop to an adjacency", Action::pop, {}, {17, 18}, {3}},
-        {"pop to an adjacency, list of one", Action::pop, {}, {}, {3}},
         {"pop without next hop", Action::pop, {}, {17}, {}, {}, et1},
         {"pop without interface", Action::pop, {}, {17}, {}, nextHop, {}},
         {"pop over TI-LFA", Action::pop, {}, {17, 18}, {3}, {}, et1, true},
         {"pop over TI-LFA into nowhere", Action::pop, {}, {}, {3}, {}, {}, true},
         {"pop with labels", Action::pop, {100}, {17, 18}, {100}},
-        {"pop with labels over TI-LFA", Action::pop, {100, 101}, {17}, {100, 101}, {}, et1, true},
         {"no action", Action::none, {}, {17, 18}, {}},
-        {"no action over TI-LFA", Action::none, {}, {17}, {}, {}, et1, true},
         {"no action, labels", Action::none, {100}, {17, 18}, {100}},
         {"unknown action", Action(4), {100}, {17}, {100}},
     };
@@ -76,17 +71,14 @@ TEST(ComputeEgressMplsVia, TheStackAndTheTunnelBelowItFitTheDepthExactly) {
         {"exact", 4, {100, 101}, {17, 18}, {0, 0}, Error::noError},
         {"one short", 3, {100, 101}, {17, 18}, {0, 0}, Error::exceedsMsd},
         {"unknown depth", {}, {100, 101}, {17, 18}, {200, 200}, Error::noError},
-        {"exact over a primary path", 5, {100}, {17, 18}, {2, 0}, Error::noError},
         {"one short over a primary path", 4, {100}, {17, 18}, {2, 0}, Error::exceedsMsd},
         {"exact over a backup path", 11, {100}, {17, 18}, {1, 8}, Error::noError},
         {"one short over a backup path", 10, {100}, {17, 18}, {1, 8}, Error::backupExceedsMsd},
         {"the primary path comes first", 3, {100}, {17, 18}, {1, 8}, Error::exceedsMsd},
         {"implicit null counts", 0, {3}, {}, {0, 0}, Error::exceedsMsd},
         {"nothing on a depth of nothing", 0, {}, {}, {0, 0}, Error::zeroResolvedLabels},
-        {"nothing over deep tunnels", 7, {}, {}, {1, 8}, Error::backupExceedsMsd},
         {"nothing, unknown depth", {}, {}, {}, {1, 8}, Error::zeroResolvedLabels},
         {"sizes do not wrap at 256", 255, {100}, {}, {255, 0}, Error::exceedsMsd},
-        {"as many as fit", 255, {100}, {}, {254, 254}, Error::noError},
     };
     for (auto const& c : cases) {
         auto error = Error::noError;
@@ -146,11 +138,8 @@ protected:
     Quor::Ptr<SegmentList const> list(Stack const& labels) {
         return tables->segmentList({Action::push, labels}, PolicyId(), DistinguisherId());
     }
-    void top(SegmentList const& of, Quor::Ptr<SegmentViaInfo const> const& viaInfo,
-             bool overTiLfa = false) {
-        auto const record = Quor::makePtr<SegmentResolve>(of.segment(0)->segmentId(), viaInfo);
-        record->resolvedOverTiLfaIs(overTiLfa);
-        status->statusIs(record);
+    void top(SegmentList const& of, Quor::Ptr<SegmentViaInfo const> const& viaInfo) {
+        status->statusIs(Quor::makePtr<SegmentResolve>(of.segment(0)->segmentId(), viaInfo));
     }
     static Quor::Ptr<SegmentViaInfo const> over(std::vector<Mpls::LfibMplsVia> const& vias) {
         auto const viaInfo = segmentViaInfoFactory(Mpls::LfibViaType::mpls);
@@ -159,21 +148,13 @@ protected:
         for (auto const& via : vias) viaInfo->mplsViaIs(set.key(index++), via);
         return viaInfo;
     }
-    static Quor::Ptr<SegmentViaInfo const> over(std::uint64_t fecId, Action action) {
-        auto const viaInfo = segmentViaInfoFactory(Mpls::LfibViaType::extFec);
-        viaInfo->extFecViaIs({{}, Pooltab::Fib::FecId(fecId), action, {}});
-        return viaInfo;
-    }
-    Quor::Ptr<SegmentListResolveResult const> resolve(SegmentList const& resolved) const {
-        return SegmentListResolver(status, tiLfaTunnels, hw).resolveSegmentList(resolved);
-    }
     // "error: INTF(LABELS) ..."
     std::string resolved(SegmentList const& of) const {
-        auto const res = resolve(of);
+        auto const res = SegmentListResolver(status, tiLfaTunnels, hw).resolveSegmentList(of);
         if (!res) return "none";
         auto text = std::to_string(static_cast<int>(res->error)) + ":";
         for (auto const& via : res->mplsViaSet.via()) text.append(" ").append(viaText(via));
-        return res->externalFecId.isNone() ? text : text + " " + res->externalFecId.stringValue();
+        return text;
     }
 
     Keel::VirtualClock clock;
@@ -199,59 +180,6 @@ TEST_F(SegmentListResolverTest, TheTopGivesTheViasAndTheRestGoesBelow) {
     EXPECT_EQ(resolved(*three), "1: Et1(3)");
     EXPECT_THAT(traces.take(), ElementsAre("No. of vias 1", "IntfId new : Et1",
                                            "Adjacency MplsVia hop 10.0.0.1 intfId Et1"));
-}
-
-TEST_F(SegmentListResolverTest, WithoutAViaOrALabelThereAreZeroResolvedLabels) {
-    auto const one = list({16});
-    top(*one, over({}));
-    EXPECT_EQ(resolved(*one), "2:");
-    top(*one, nullptr);
-    EXPECT_EQ(resolved(*one), "2:");
-    top(*one, segmentViaInfoFactory(Mpls::LfibViaType(3)));
-    EXPECT_EQ(resolved(*one), "2:");
-    top(*one, over({Mpls::LfibMplsVia{{}, et1, {Action::pop, {}}}}));
-    EXPECT_EQ(resolved(*one), "2: Et1()");
-}
-
-TEST_F(SegmentListResolverTest, TheFirstViaThatDoesNotFitNamesTheError) {
-    MplsVia const shallow{nextHop, et1, {Action::push, {200}}};
-    MplsVia const deep{nextHop, et1, {Action::push, {200, 201, 202, 203, 204, 205, 206, 207}}};
-    tiLfaTunnels->entryIs({tiLfa(1), shallow, deep});
-    tiLfaTunnels->entryIs({tiLfa(2), deep, shallow});
-    auto const three = list({16, 17, 18});
-    auto const overOne = pushOver(tiLfa(1), {100, 101});
-    auto const overTwo = pushOver(tiLfa(2), {100, 101});
-    hw = depth(10);
-
-    top(*three, over({overOne}), true);
-    EXPECT_EQ(resolved(*three), "5: tunnel 12-1(100 101 17 18)") << "the vias are built as ever";
-    top(*three, over({overTwo, overOne}), true);
-    EXPECT_EQ(resolve(*three)->error, Error::exceedsMsd);
-    top(*three, over({push("Et1", {}), overOne, overTwo}), true);
-    EXPECT_EQ(resolve(*three)->error, Error::backupExceedsMsd);
-}
-
-TEST_F(SegmentListResolverTest, AnExternalFecIsOneViaThatKnowsTheFec) {
-    constexpr std::uint64_t plain = 0x0100000000000007;
-    auto const tunnel = 0x0600000000000000 | tiLfa(9).value();
-    auto const two = list({16, 17});
-    top(*two, over(plain, Action::swap));
-    EXPECT_EQ(resolved(*two), "1: (17) 0x0100000000000007");
-    EXPECT_EQ(resolved(*list({16})), "2: () 0x0100000000000007");
-    top(*two, over(plain, Action::pop));
-    EXPECT_EQ(resolved(*two), "2: () 0x0100000000000007");
-    top(*two, over(tunnel, Action::pop), true);
-    EXPECT_EQ(resolved(*two), "1: (3) 0x0600c00000000009");
-    top(*two, over(0, Action::none));
-    EXPECT_EQ(resolved(*two), "2: ()") << "a FEC that cannot be resolved over";
-
-    MplsVia const deep{nextHop, et1, {Action::push, {200, 201, 202}}};
-    tiLfaTunnels->entryIs({tiLfa(9), deep, std::nullopt});
-    top(*two, over(tunnel, Action::swap), true);
-    hw = depth(4);
-    EXPECT_EQ(resolve(*two)->error, Error::noError);
-    hw = depth(3);
-    EXPECT_EQ(resolve(*two)->error, Error::exceedsMsd);
 }
 
 TEST_F(SegmentListResolverTest, WhatExceedsTheDepthIsTracedAndLogged) {

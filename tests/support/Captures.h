@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,12 +20,15 @@ protected:
     std::vector<std::string> lines_;
 };
 
-/// The texts that one source unit traces ("*": all of them), at any of `levels`.
+/// The texts that source units trace ("*": all of them), at any of `levels`.
 class TraceLines final : public Captured, public Duallog::Sink {
 public:
-    explicit TraceLines(std::string_view facility, std::uint32_t levels = Fastlog::allLevels) {
+    explicit TraceLines(std::string_view facility, std::uint32_t levels = Fastlog::allLevels)
+        : TraceLines(std::span(&facility, 1), levels) {}
+    explicit TraceLines(std::span<std::string_view const> facilities,
+                        std::uint32_t levels = Fastlog::allLevels) {
         Duallog::primarySinkIs(this);
-        Fastlog::levelMaskIs(facility, levels);
+        for (auto const facility : facilities) Fastlog::levelMaskIs(facility, levels);
     }
     ~TraceLines() override { Duallog::reset(); }
 
