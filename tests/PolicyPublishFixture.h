@@ -139,11 +139,6 @@ protected:
     std::string outputs() const override { return published() + fecs() + rows() + tunnels(); }
     std::string dump() const { return dumpOf(*sm); }
 
-    void wrote(bool present, char const* table, std::string const& row) {
-        MachineTest::wrote(present, table, row);
-        if (writesUntilCrash > 0 && --writesUntilCrash == 0) throw Crash();
-    }
-
     Quor::Ptr<EcPolicy> ecPolicy = ecPolicyFactory();
     Quor::Ptr<Config> config = configFactory();
     Quor::Ptr<PolicyStatus> status = policyStatusFactory();
@@ -154,9 +149,6 @@ protected:
     Quor::Ptr<PolicyPublishSm> sm;
 
     SyslogLines syslog;
-
-    struct Crash {};
-    std::uint32_t writesUntilCrash = 0;  // 0: never
 
 private:
     Watch<PolicyKey> statusWatch_{status->policyStatusEntry(), [this](auto const& changed) {

@@ -145,22 +145,6 @@ TEST_F(TunnelMapExportSmTest, ThePollGoesOnWhereItYielded) {
     EXPECT_EQ(outputs(), " 1:1");
 }
 
-TEST_F(TunnelMapExportSmTest, AStartKeepsWhatHoldsTrueAndSweepsTheRest) {
-    uses(candidate(2), {1, 2, 3, 4});
-    uses(candidate(1), {5});
-    sm = nullptr;
-    counted({3});
-    uses(candidate(1), {1, 2, 6});  // left: 5
-    uses(candidate(2), {1});        // left: 2, 3, 4
-    log.clear();
-    start();
-    EXPECT_THAT(log, ElementsAre("+2", "+6", "-4", "-5"));
-    EXPECT_EQ(outputs(), " 1:2 2:1 3:2 6:1");
-    uncounted(3);
-    EXPECT_EQ(poll(), 1u);
-    EXPECT_EQ(outputs(), " 1:2 2:1 6:1");
-}
-
 TEST_F(TunnelMapExportSmTest, TheEndEmptiesTheTableAlsoOfWhatWaits) {
     restartsHitless = false;
     counted({5});
