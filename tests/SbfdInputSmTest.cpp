@@ -106,6 +106,7 @@ TEST_F(SbfdInputSmTest, EveryListOfEveryCandidateOfAConfiguredPolicyHasARow) {
     sm->handleInitialized();
     sm->handleInitialized();
     EXPECT_EQ(outputs(), "P1: 50x3@7\nP2: 50x3@7\nP3: 50x3@7\nP5: 50x3@7\n");
+    EXPECT_EQ(sm->maxInterval().value(), 150u);
     EXPECT_EQ(told(), "+P1; +P2; +P3; +P5");
 
     settings(P, 60, 0, 0);  // in place, and as it stands
@@ -135,6 +136,9 @@ TEST_F(SbfdInputSmTest, MaxIntervalOnlyGrows) {
     EXPECT_EQ(globally(400, 3), 1200u);
     EXPECT_EQ(after(2000, 0), 1200u);  // what is configured, multiplied
     EXPECT_EQ(globally(500, 3), 1200u);
+    EXPECT_EQ(after(0, 0), 1500u);
+    config->policyDel(P);
+    EXPECT_EQ(globally(600, 3), 1500u);
     EXPECT_EQ(after(0x10000, 0x10001), maxU32);
     settle();
     EXPECT_EQ(dumpOf(*sm),

@@ -194,6 +194,9 @@ TEST_F(SbfdSessionSmTest, PoliciesShareASessionAtTheFastestPair) {
                                   " => RD:7\n sessions #1 \n  " + session(7) +
                                   " params: " + pair(40, 3).stringValue() + " valid: 0\n    " + q +
                                   "\n    " + p + "\n");
+    plain(1, SegmentListResolveError::exceedsMsd);  // also without a user
+    plain(1, noError);
+    EXPECT_EQ(told(), "+Q1; +P1; +Q1; +P1");
     restart();  // nobody is written slower first
     EXPECT_EQ(told(), "");
     unconfigure(Q, 1);  // slower again; Q has no user, and P stays down
