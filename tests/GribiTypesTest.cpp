@@ -6,21 +6,6 @@ namespace {
 
 using namespace Gribi;
 
-TEST(GribiTypes, AWriteOfAnEqualRowIsTold) {
-    GribiAftWriter const client;
-    std::string told;
-    auto const tell = [&told](auto const& key) { told += key.stringValue() + " "; };
-    Watch<NextHopId> const nextHops(client.afts->nhAft->nhAftEntry(), tell);
-    Watch<NextHopGroupId> const groups(client.afts->nhgAft->nhgAftEntry(), tell);
-    Watch<Wirex::MplsLabel> const labels(client.afts->mplsAft->mplsAftEntry(), tell);
-    for (int i = 0; i < 2; ++i) {
-        client.nextHop(1, {16});
-        client.group(2, {{1, 1}});
-        client.label(3, 2);
-    }
-    EXPECT_EQ(told, "1 2 3 1 2 3 ");
-}
-
 TEST(GribiTypes, RowsOfAGroupAndOfATunnelMapAreInOrderAndTheLastWriteCounts) {
     NhgAftEntry group(NextHopGroupId(1));
     TunnelWeightMap map;

@@ -48,25 +48,6 @@ TEST_F(NumAllocatorTest, HandsOutTheLowestNumberThatNobodyHolds) {
     EXPECT_THAT(allocate(2), ElementsAre(4, 5));
 }
 
-TEST_F(NumAllocatorTest, AReleasedNumberWaitsOutItsHoldBack) {
-    allocate(100);
-    clock.nowIs(12.345);  // between two ticks
-    allocator->releaseNumber(70);
-    allocator->releaseNumber(3);
-    allocator->releaseNumber(3);    // not in use any more
-    allocator->releaseNumber(500);  // never was
-    EXPECT_EQ(status->waiting(), 2u);
-    EXPECT_EQ(status->inUse(), 98u);
-    EXPECT_TRUE(status->isWaiting(3));
-    EXPECT_FALSE(status->isInUse(3));
-
-    clock.nowIs(312.344);
-    EXPECT_EQ(allocator->allocate(), 100u);
-    clock.nowIs(312.35);
-    EXPECT_THAT(allocate(3), ElementsAre(3, 70, 101));
-    EXPECT_EQ(status->waiting(), 0u);
-}
-
 TEST_F(NumAllocatorTest, ARangeNeedNotBeginOrEndWithAWord) {
     rangeIs({62, 129});
     EXPECT_EQ(allocator->allocate(), 62u);

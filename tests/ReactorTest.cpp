@@ -122,19 +122,6 @@ TEST_F(AttributeTest, TellsChangesOnlyAndReactorsReadTheNewestValue) {
     EXPECT_EQ(seen, "2 3 3 3 ");
 }
 
-TEST(AttributeOfPointersTest, TheOldValueEndsAfterEverybodyWasTold) {
-    struct State {
-        std::string log;
-        Quor::Attribute<std::shared_ptr<void>> attribute;
-    } state;
-    Quor::AttributeReactor const reactor(state.attribute, &state,
-                                         [](State& self, std::monostate) { self.log += "told "; });
-    int value = 0;
-    state.attribute.valueIs({&value, [&state](void*) { state.log += "ends "; }});
-    state.attribute.valueIs(std::make_shared<int>());
-    EXPECT_EQ(state.log, "told told ends ");
-}
-
 TEST_F(AttributeTest, NestingIsAllowedUpTo64AndStopsTheAgentBeyond) {
     second.off();
     climb(64);

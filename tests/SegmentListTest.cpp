@@ -74,27 +74,6 @@ TEST_F(SegmentListTest, EightLabelsFitAndANinthInternsNothing) {
     EXPECT_EQ(lastSegmentId(), 8u);
 }
 
-TEST_F(SegmentListTest, AListThatGoesReleasesItsSegmentsAndItsIdentityForGood) {
-    auto kept = list({17});
-    auto gone = list({16, 17});
-    gone = nullptr;
-    EXPECT_EQ(tables->segDedupTablePtr()->lookupByLabel(Wirex::MplsLabel(16)), nullptr);
-    EXPECT_NE(tables->segDedupTablePtr()->lookupByLabel(Wirex::MplsLabel(17)), nullptr);
-    EXPECT_EQ(list({16, 17})->segmentListId(), SegmentListId(3));
-    EXPECT_EQ(lastSegmentId(), 3u);
-}
-
-TEST_F(SegmentListTest, ListsOfManyNextHopsWithOneStackSpreadOverTheTable) {
-    std::set<std::uint32_t> hashes;
-    std::vector<ListPtr> lists;
-    for (std::uint64_t nextHop = 0; nextHop < 1000; ++nextHop) {
-        lists.push_back(list({16, 17}, PolicyId(), DistinguisherId(nextHop)));
-        hashes.insert(lists.back()->hash());
-    }
-    EXPECT_GT(hashes.size(), 990u);
-    EXPECT_EQ(lastListId(), 1000u);
-}
-
 TEST_F(SegmentListTest, IsBuiltByIndexUntilItIsInterned) {
     auto const interned = list({16, 17});
     SegmentList& made = *Quor::makePtr<SegmentList>(policy(1), DistinguisherId()).release();
@@ -206,20 +185,6 @@ TEST_F(SegmentListUserTest, EveryCandidateThatComesOrGoesIsTold) {
     uses.clear();
     users->segmentListUserDel(first);
     EXPECT_EQ(uses, "1:19- 1:20- ");
-}
-
-TEST_F(SegmentListUserTest, AllRowsGoOneByOneAndAListDiesAfterItsRow) {
-    use(list({16}));
-    use(list({17}));
-    take();
-    Watch const deaths(tables->notifyingSegmentListCollection()->notifierSubject(),
-                       [this](auto const& notifier) {
-                           auto const id = notifier->segmentListRawPtr()->segmentListId();
-                           EXPECT_EQ(users->segmentListUser(id), nullptr);
-                           told += "list " + id.stringValue() + " ";
-                       });
-    users->segmentListUserDelAll();
-    EXPECT_EQ(take(), "1:gone list 1 2:gone list 2 ");
 }
 
 TEST_F(SegmentListTest, SurvivingListsAreInternedUnderTheirOldIdentity) {

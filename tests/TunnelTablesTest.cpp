@@ -90,20 +90,4 @@ TEST(SrTeSegmentListTunnelTable, takesSixHundredVias) {
                     "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed"));
 }
 
-TEST(TunnelTables, knowAnEntryWithoutABackupAndAnAddressOfEitherFamily) {
-    auto const tiLfa = Quor::makePtr<TiLfaTunnelTable>();
-    auto const id = TunnelId::make(TunnelType::tiLfa, 1);
-    tiLfa->entryIs({id, variedVias()[1], {}});
-    EXPECT_FALSE(tiLfa->entry(id)->backupVia);
-    EXPECT_TRUE(tiLfa->entryIs({id, variedVias()[1], variedVias()[2]}));
-
-    auto const policies = Quor::makePtr<SrTePolicyTunnelTable>();
-    auto const policy = TunnelId::make(TunnelType::srTePolicy, 0x100000000);
-    auto const endpoint = Wirex::IpGenPrefix::fullLength(*IpGenAddr::parse("2001:db8::1"));
-    policies->entryIs({policy, endpoint, 100, 7});
-    EXPECT_FALSE(policies->entryIs({policy, endpoint, 100, 7}));
-    EXPECT_TRUE(policies->entryIs({policy, endpoint, 100, 8}));
-    EXPECT_EQ(policies->entry(policy)->endpoint.stringValue(), "2001:db8::1/128");
-}
-
 }  // namespace
