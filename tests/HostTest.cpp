@@ -91,14 +91,6 @@ TEST(Host, HelpBeginsWithTwoExamples) {
     }
 }
 
-TEST(Host, WrongInputIsReportedWholeAndNothingRuns) {
-    auto const ended = srte({"run", "-"}, "lfib: {16005: []}\npolicy: {}\n");
-    EXPECT_EQ(ended.code, 3);
-    EXPECT_EQ(ended.out, "");
-    EXPECT_THAT(ended.err, StartsWith("-:1:15: "));
-    EXPECT_THAT(ended.err, HasSubstr("\n-:2:1: "));
-}
-
 TEST(Host, ShowsPoliciesForPrograms) {
     EXPECT_EQ(
         show({"policy", "--json", "--at", "5s"}),
@@ -244,60 +236,13 @@ TEST(Host, TellsWhatHappenedForPrograms) {
     EXPECT_THAT(ended.out, Not(HasSubstr("\033")));
 }
 
-// One tunnel more than a FEC holds: the policy is down, and its binding SID is for others.
-TEST(Host, APolicyOfTooManyListsCannotBePublished) {
-    std::ostringstream lfib;
-    std::ostringstream lists;
-    for (int label = 1000; label <= 1600; ++label) {
-        lfib << "  " << label << ": [{if: et1, out: [17]}]\n";
-        lists << 'l' << label << ": {labels: [" << label << "]}, ";
-    }
-    std::ostringstream scenario;
-    scenario << "router: {srlb: 100000-100999}\nlfib:\n"
-             << lfib.str() << R"(
-policies:
-  2 192.0.2.5: {candidates: {few: {bsid: 100001, lists: {l: {labels: [1000]}}}}}
-  1 192.0.2.5: {candidates: {many: {bsid: 100001, lists: {)"
-             << lists.str() << R"(}}}}
-events:
-  - {at: 2s, lfib: {1600: null}}
-expect:
-  - at: 1s
-    policy:
-      1 192.0.2.5: {state: down, reason: not-publishable, candidates: {many: {state: usable, reason: not-publishable}}}
-      2 192.0.2.5: {state: up, bsid: 100001}
-  - {at: 3s, policy: {1 192.0.2.5: {state: down, reason: bsid-conflict}}}
-)";
-    auto const ended = srte({"run", "-"}, scenario.str());
-    EXPECT_EQ(ended.code, 0) << ended.out << ended.err;
-}
-
-// Those of the lowest ids that can carry traffic.
-TEST(Host, AGroupUsesSixHundredNextHops) {
-    std::ostringstream nextHops;
-    std::ostringstream weights;
-    for (int id = 1; id <= 602; ++id) {
-        nextHops << id << ": [16005], ";
-        weights << id << ": " << (id == 1 ? 0 : 7) << ", ";
-    }
-    auto const scenario = "lfib: {16005: [{if: et1, out: [17]}]}\ngribi:\n  nh: {" +
-                          nextHops.str() + "}\n  nhg: {10: {" + weights.str() + R"(}}
-events:
-  - {at: 2s, gribi: {nh: {601: []}}}
-expect:
-  - {at: 1s, gribi: {nhg: {10: {next-hops: {1: {reason: weight-0}, 2: {state: used}, 601: {state: used}, 602: {reason: over-600}}}}}}
-  - {at: 3s, gribi: {nhg: {10: {next-hops: {601: {reason: unusable}, 602: {state: used}}}}}}
-)";
-    auto const ended = srte({"run", "-"}, scenario);
-    EXPECT_EQ(ended.code, 0) << ended.out << ended.err;
-}
-
 TEST(Host, ShowsGribiForPeople) {
-    auto const scenario = with(R"(gribi:
+    std::string const gribi = R"(gribi:
   nh: {1: [16006, 17], 2: [5]}
   nhg: {10: {1: 3, 2: 1}}
   mpls: {900: 10, 901: 11}
-)");
+)";
+    auto const scenario = with(gribi);
     EXPECT_EQ(show({"gribi"}, scenario),
               "running  true\n"
               "nh       1     usable                   16006 17\n"
@@ -308,6 +253,11 @@ TEST(Host, ShowsGribiForPeople) {
               "mpls     900   installed                group 10\n"
               "mpls     901   not-installed: no-group  group 11\n");
     EXPECT_THAT(show({"gribi", "--dump"}, scenario), HasSubstr("nhToSlMap #2"));
+    std::string const events =
+        "  - {at: 11s, gribi: {enabled: false}}\n  - {at: 12s, gribi: null}\n";
+    EXPECT_THAT(show({"gribi", "--at", "12s"}, with(events + gribi)),
+                HasSubstr("mpls     900    not-installed: not-running  group 10\n"));
+    EXPECT_EQ(show({"gribi"}, with(events + gribi)), "running  true\n");
     EXPECT_EQ(show({"fec", "0x0f00000200000000"}, scenario),
               "fec                 group  vias\n"
               "0x0f00000200000000  10     {tunnel: 13-1, weight: 3}\n");
@@ -324,30 +274,6 @@ expect:
   - {at: 21s, policy: {100 192.0.2.5: {active: spare}}}
   - {at: 21.099s, policy: {100 192.0.2.5: {active: spare}}}
   - {at: 21.1s, policy: {100 192.0.2.5: {state: down}}}
-)");
-    auto const ended = srte({"run", "-"}, scenario);
-    EXPECT_EQ(ended.code, 0) << ended.out;
-}
-
-// Renamed while nothing is computed, candidates and lists keep the names that the machines saw.
-TEST(Host, NamesAreThoseThatTheMachinesSaw) {
-    auto const scenario = with(R"(
-  - at: 20s
-    clog: true
-    policies:
-      100 192.0.2.5:
-        candidates: {spare: null, other: {from: bgp 65001 192.0.2.9 7, lists: {new: {labels: [16006]}}}}
-      100 192.0.2.6: null
-  - {at: 21s, restart: true}
-  - {at: 22s, clog: false}
-expect:
-  - at: 20.5s
-    policy:
-      100 192.0.2.5: {active: spare, candidates: {spare: {lists: {l1: {state: usable}}}, other: null}}
-      100 192.0.2.6: null
-  - {at: 21.5s, policy: {100 192.0.2.5: {active: spare, candidates: {spare: null, other: null}}}}
-  - at: 22.5s
-    policy: {100 192.0.2.5: {active: other, candidates: {other: {lists: {new: {state: usable}}}}}}
 )");
     auto const ended = srte({"run", "-"}, scenario);
     EXPECT_EQ(ended.code, 0) << ended.out;

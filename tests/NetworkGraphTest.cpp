@@ -32,22 +32,6 @@ TEST(NetworkGraph, ARouteHasEveryFirstLinkOfAShortestPath) {
     EXPECT_EQ(failed[3], (Reach{3, {1, 2, 5}}));
 }
 
-TEST(NetworkGraph, ThePairOfPathsDoesNotStartFromTheShortestPath) {
-    // The shortest path 0 1 2 3 leaves nothing to go beside it; the pair crosses it.
-    NetworkGraph const graph(4, {{0, 1, 1}, {1, 2, 1}, {2, 3, 1}, {0, 2, 5}, {1, 3, 7}});
-    EXPECT_EQ(graph.shortestDisjointPair(0, 3), (std::vector<Path>{{{3, 2}, 6}, {{0, 4}, 8}}));
-    EXPECT_EQ(graph.shortestDisjointPair(3, 0), (std::vector<Path>{{{2, 3}, 6}, {{4, 0}, 8}}));
-}
-
-TEST(NetworkGraph, ABridgeLeavesOnePathAndAGapNone) {
-    // A triangle 0 1 2, the bridge 2 3, parallel links 3 4, and 5 alone.
-    NetworkGraph const graph(6, {{0, 1, 1}, {1, 2, 1}, {0, 2, 3}, {2, 3, 1}, {3, 4, 2}, {3, 4, 1}});
-    EXPECT_EQ(graph.shortestDisjointPair(0, 2), (std::vector<Path>{{{0, 1}, 2}, {{2}, 3}}));
-    EXPECT_EQ(graph.shortestDisjointPair(0, 4), (std::vector<Path>{{{0, 1, 3, 5}, 4}}));
-    EXPECT_EQ(graph.shortestDisjointPair(3, 4), (std::vector<Path>{{{5}, 1}, {{4}, 2}}));
-    EXPECT_TRUE(graph.shortestDisjointPair(0, 5).empty());
-}
-
 /// Every path that visits no router twice, by trying all of them.
 std::vector<Path> simplePaths(NetworkGraph const& graph, RouterIndex from, RouterIndex to) {
     std::vector<Path> paths;

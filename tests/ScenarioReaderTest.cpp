@@ -2,9 +2,7 @@
 #include <tuple>
 #include <vector>
 
-#include "agent/ScenarioBuilder.h"
 #include "agent/ScenarioReader.h"
-#include "agent/ScenarioShape.h"
 #include "agent/ScenarioValues.h"
 
 namespace Agent {
@@ -12,7 +10,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 Scenario read(std::string const& text) {
     std::istringstream input(text);
@@ -51,8 +48,8 @@ std::string listOf(int times, std::string const& item) {
 
 using Case = std::pair<std::string, std::string>;  // a file and its one fault
 
-void expectFaults(std::vector<Case> const& cases, std::string const& fault = {}) {
-    for (auto const& [text, at] : cases) EXPECT_EQ(faults(text), at + fault + "\n") << text;
+void expectFaults(std::vector<Case> const& cases) {
+    for (auto const& [text, fault] : cases) EXPECT_EQ(faults(text), fault + "\n") << text;
 }
 
 /// Its fields, by one space.
@@ -66,16 +63,13 @@ std::string textOf(auto const&... fields) {
 TEST(ScenarioReader, RefusesWhatIsNoPlainYamlDocument) {
     expectFaults({
         {"", "1:1: found null, expected a scenario as a mapping"},
-        {"[1]", "1:1: found a list, expected a scenario as a mapping"},
         {"lfib: [1\n", "2:1: not YAML: end of sequence flow not found"},
         {"scenario: x\nscenario: y", "2:1: duplicate key `scenario`, first in line 1"},
         {"scenario: x\n---\nscenario: y", "2:1: a second document, expected only one"},
         {"{scenario: x},\nevents: []", "1:14: a second document, expected only one"},
         {"scenario: a\xFF",
          "1:11: bytes that are no UTF-8 are not allowed, expected the value itself"},
-        {"scenario: &a x", "1:11: anchors are not allowed, expected the value itself"},
         {"scenario: !!str x", "1:11: tags are not allowed, expected the value itself"},
-        {"scenario: ! x", "1:11: tags are not allowed, expected the value itself"},
         {"? [1]\n: x", "1:3: found a list as a key, expected text"},
     });
     EXPECT_EQ(faults("scenario: &a x\nlfib: *a"),
@@ -86,7 +80,6 @@ TEST(ScenarioReader, RefusesWhatIsNoPlainYamlDocument) {
 TEST(ScenarioReader, ProposesTheKeyThatWasMeant) {
     expectFaults({
         {"polices: {}", "1:1: unknown key `polices` in a scenario, did you mean `policies`?"},
-        {candidate("bisd: 5"), "1:44: unknown key `bisd` in a candidate, did you mean `bsid`?"},
         {route("[{if: e1, nhop: 1.1.1.1}]"),
          "1:21: unknown key `nhop` in a via, did you mean `nhg`?"},
         {candidate("lists: {l1: {labels: [1], cost: 3}}"),
@@ -105,24 +98,20 @@ TEST(ScenarioReader, ComparesKeysByValue) {
          "3:3: duplicate key `010`, the same as in line 2"},
         {"policies:\n  1 2001:db8::1: {}\n  1 2001:DB8:0::1: {}",
          "3:3: duplicate key `1 2001:DB8:0::1`, the same as in line 2"},
-        {"policies:\n  1 1.1.1.1: {}\n  01   1.1.1.1: {}",
-         "3:3: duplicate key `01   1.1.1.1`, the same as in line 2"},
     });
 }
 
 TEST(ScenarioReader, RefusesValuesOutOfRange) {
-    std::string const label = ", expected a label from 0 to 1048575";
-    std::string const range =
-        ", expected a range such as 100000-100999, first to last, within 0 to 1048575";
     expectFaults({
-        {"router: {srlb: 200-100}", "1:16: found `200-100`" + range},
-        {"router: {srlb: 0-1048576}", "1:16: found `0-1048576`" + range},
+        {"router: {srlb: 200-1048576}",
+         "1:16: found `200-1048576`, expected a range such as 100000-100999, first to last, within 0 "
+         "to 1048575"},
         {"router: {msd: 256}", "1:15: found `256`, expected a number of labels from 0 to 255"},
         {"router: {enabled: yes}", "1:19: found `yes`, expected one of `true`, `false`"},
         {"router: {tie-breaking: 0x10}",
          "1:24: found `0x10`, expected a number from 0 to 4294967295"},
-        {"lfib: {1048576: [{if: e}]}", "1:8: found `1048576` as a key" + label},
-        {route("[]"), "1:11: found no vias, expected 1 to 600"},
+        {"lfib: {1048576: [{if: e}]}",
+         "1:8: found `1048576` as a key, expected a label from 0 to 1048575"},
         {route(listOf(601, "{if: e}")), "1:11: found 601 vias, expected 1 to 600"},
         {route("[{if: e, out: " + listOf(10, "1") + "}]"),
          "1:25: found 10 labels, expected 0 to 9"},
@@ -137,10 +126,8 @@ TEST(ScenarioReader, RefusesValuesOutOfRange) {
          "1:31: found `72057594037927936`, expected a FEC id from 0 to 72057594037927935"},
         {route("{fec: {type: 6, id: 562949953421312}}"),
          "1:31: found `562949953421312`, expected a FEC id of type 6 from 0 to 562949953421311"},
-        {candidate("bsid: 1048576"), "1:50: found `1048576`" + label},
         {candidate("preference: -1"),
          "1:56: found `-1`, expected a preference from 0 to 4294967295"},
-        {candidate("lists: {l1: {labels: []}}"), "1:65: found no labels, expected 1 to 8"},
         {candidate("lists: {l1: {labels: " + listOf(9, "1") + "}}"),
          "1:65: found 9 labels, expected 1 to 8"},
         {candidate("lists: {l1: {weight: 3}}"),
@@ -156,18 +143,11 @@ TEST(ScenarioReader, RefusesValuesOutOfRange) {
 }
 
 TEST(ScenarioReader, RefusesRecordsThatContradictThemselves) {
-    std::string const kindAndFec = ": found both `kind` and `fec` in a route, expected one of them";
-    std::string const tiLfaAndId =
-        ": found both `ti-lfa` and `id` in a FEC, expected `ti-lfa`, or `type` and `id`";
-    std::string const twins =
-        ": candidates `a` and `b` have the same protocol, AS, originator and discriminator, "
-        "expected different ones";
     expectFaults({
-        {route("{kind: pseudowire, fec: {type: 0, id: 7}}"), "1:30" + kindAndFec},
-        {"lfib: {5: {kind: pseudowire}}\nevents: [{at: 1s, lfib: {5: {fec: {type: 0, id: 7}}}}]",
-         "2:30" + kindAndFec},
+        {route("{kind: pseudowire, fec: {type: 0, id: 7}}"),
+         "1:30: found both `kind` and `fec` in a route, expected one of them"},
         {"ti-lfa: {t: {primary: {if: e}}}\nlfib: {5: {fec: {ti-lfa: t, id: 7}}}",
-         "2:29" + tiLfaAndId},
+         "2:29: found both `ti-lfa` and `id` in a FEC, expected `ti-lfa`, or `type` and `id`"},
         {route("{fec: {type: 0}}"),
          "1:17: found an incomplete FEC, expected `type` and `id`, or `ti-lfa`"},
         {route("{action: swap}"),
@@ -176,9 +156,9 @@ TEST(ScenarioReader, RefusesRecordsThatContradictThemselves) {
          "1:12: found more than one of `if`, `ti-lfa`, `nhg`, `tunnel`, expected one"},
         {"ti-lfa: {t: {backup: {if: e}}}",
          "1:13: found a tunnel without a path, expected `primary`"},
-        {"policies:\n  1 1.1.1.1:\n    candidates:\n      a: {}\n      b: {from: config 0 0.0.0.0 "
-         "1}",
-         "5:17" + twins},
+        {"policies: {1 1.1.1.1: {candidates: {a: {}, b: {from: config 0 0.0.0.0 1}}}}",
+         "1:54: candidates `a` and `b` have the same protocol, AS, originator and discriminator, "
+         "expected different ones"},
     });
 }
 
@@ -215,9 +195,6 @@ TEST(ScenarioReader, RefusesEventsAndExpectationsThatMakeNoSense) {
          "`restart`, "
          "`stop`, `start`"},
         {"events: [{at: 1s, stop: false}]", "1:25: found `false`, expected `true`"},
-        {"events: [{at: 1s, clog: }]", "1:25: found null, expected one of `true`, `false`"},
-        {"expect: [{policy: {}}]",
-         "1:10: found neither `at` and `between` in an expectation, expected one of them"},
         {"expect: [{at: 1s, syslog: []}]",
          "1:19: found `syslog` in an expectation with `at`, expected `between`"},
         {"expect: [{between: [2s, 1s]}]",
@@ -337,135 +314,6 @@ events:
     EXPECT_EQ(policiesText(scenario.events[5]), "1 1.1.1.1: a* 1 ()\n");
 }
 
-TEST(ScenarioReader, AnIdentityThatChangesHandsIsNotRemoved) {
-    auto const scenario = read(R"(
-policies: {1 1.1.1.1: {candidates: {a: {}, b: {}}}}
-events: [{at: 1s, policies: {1 1.1.1.1: {candidates: {a: null, b: {from: config 0 0.0.0.0 1}}}}}]
-)");
-    EXPECT_EQ(policiesText(scenario.events[0]), "1 1.1.1.1: b* 1 ()\n-candidate 2\n");
-}
-
-/// Identity, originator, preference, binding SID, ENLP, and LABELS of each list with its weight.
-std::string candidateText(Step const& step) {
-    auto const& entry = step.policies.written.at(0).policy.candidates.at(0).entry;
-    auto text = textOf(entry.policyId.candidate.stringValue(), entry.originator.stringValue(),
-                       entry.preference.value(), entry.bindingSid.value(), entry.enlp.value());
-    for (auto const& list : entry.segmentList) {
-        text += textOf("", list.labels.stack.stringValue(), list.weight);
-    }
-    return text;
-}
-
-TEST(ScenarioReader, FillsInACandidate) {
-    auto const scenario = read(candidate("from: 40 65001 2001:db8::9 7, preference: 0, bsid: 010, "
-                                         "enlp: ipv6, lists: {l1: {labels: [16, 17], weight: 3}}") +
-                               "\nevents: [{at: 1s, policies: {1 1.1.1.1: {candidates: {main: "
-                               "{preference: null, bsid: null, enlp: null}}}}}]");
-    std::string const id =
-        "protocol 40 originator 2001:db8::9(AS65001) discriminator 7 2001:db8::9(AS65001) ";
-    std::string const list = " TOP ( 16 17 ) BOTTOM 3";
-    EXPECT_EQ(candidateText(scenario.initial), id + "0 10 2" + list);
-    EXPECT_EQ(candidateText(scenario.events[0]), id + "100 1048576 0" + list);
-}
-
-std::vector<std::uint32_t> labels(auto const& records) {
-    std::vector<std::uint32_t> result;
-    for (auto const& record : records) {
-        if constexpr (requires { record.key; }) {
-            result.push_back(record.key.topLabel().value());
-        } else {
-            result.push_back(record.topLabel().value());
-        }
-    }
-    return result;
-}
-
-TEST(ScenarioReader, AStepWritesInTheOrderOfItsPatchAndThenRemoves) {
-    auto const scenario = read(R"(
-lfib: {5: [{if: a}], 6: [{if: a}], 7: [{if: a}]}
-router: {msd: 6, colored-rib: true}
-events:
-  - {at: 1s, lfib: {7: null, 9: [{if: a}], 05: [{if: a}]}, router: {msd: null, srlb: 16-31}}
-  - {at: 1500ms, lfib: null, clog: true, router: null}
-  - {at: 2s, restart: true}
-)");
-    auto const& patched = scenario.events[0];
-    EXPECT_THAT(labels(patched.lfib.written), ElementsAre(9, 5));
-    EXPECT_THAT(labels(patched.lfib.removed), ElementsAre(7));
-    ASSERT_EQ(patched.router.size(), 2u);
-    EXPECT_EQ(std::get<Srlb>(patched.router[0]).value, Mpls::LabelRange(16, 16));
-    EXPECT_EQ(std::get<MaxSidDepth>(patched.router[1]).value, std::nullopt);
-
-    auto const& emptied = scenario.events[1];
-    EXPECT_EQ(emptied.at, 1500ms);
-    EXPECT_EQ(emptied.clog, true);
-    EXPECT_THAT(labels(emptied.lfib.removed), ElementsAre(5, 6, 9));
-    EXPECT_EQ(emptied.router.size(), 2u);  // those that had a value
-    EXPECT_EQ(scenario.events[2].life, Life::restart);
-    EXPECT_THAT(scenario.events[2].lfib.written, IsEmpty());
-    EXPECT_EQ(scenario.end(), 2s);
-}
-
-/// The steps of files, each of them a patch on the one before.
-class PatchesTest : public testing::Test {
-protected:
-    Step take(std::string const& text) {
-        auto patch = readYamlTree(text, findings_);
-        scenarioShape()(patch, findings_);
-        findings_.throwIfAny();
-        return builder_.take(patch);
-    }
-
-private:
-    Findings findings_{"f"};
-    ScenarioBuilder builder_{findings_};
-};
-
-TEST_F(PatchesTest, GribiEntriesAndItsConfiguration) {
-    auto const start =
-        take("gribi: {nh: {1: [16, 1048576], 2: []}, nhg: {10: {1: 3, 2: 0}}, mpls: {900: 10}}");
-    EXPECT_TRUE((*start.gribi.configuration)->enabled);
-    EXPECT_THAT(start.gribi.nextHop.written.at(0).pushedLabels, ElementsAre(16, 1048576));
-    EXPECT_THAT(start.gribi.nextHopGroup.written.at(0).nextHopWeights,
-                ElementsAre(testing::Pair(1, 3), testing::Pair(2, 0)));
-    EXPECT_EQ(start.gribi.mpls.written.at(0).nextHopGroup, 10u);
-
-    auto const again = take("gribi: {nh: {01: [16, 1048576]}, nhg: {10: {2: null}}}");
-    EXPECT_FALSE(again.gribi.configuration);
-    EXPECT_EQ(again.gribi.nextHop.written.at(0).id, 1u);
-    EXPECT_THAT(again.gribi.nextHopGroup.written.at(0).nextHopWeights,
-                ElementsAre(testing::Pair(1, 3)));
-
-    auto const gone = take("gribi: null");
-    EXPECT_FALSE(*gone.gribi.configuration);
-    EXPECT_THAT(gone.gribi.nextHop.removed, ElementsAre(1, 2));
-    EXPECT_THAT(gone.gribi.mpls.removed, ElementsAre(900));
-    EXPECT_FALSE(take("gribi: {enabled: false}").gribi.configuration->value().enabled);
-}
-
-TEST_F(PatchesTest, BfdCountersAndStaticPolicies) {
-    auto const start = take(R"(
-bfd: {interval: 0.3s, multiplier: 3}
-policies: {1 1.1.1.1: {sbfd: {}}, 2 1.1.1.1: {}}
-counters: {1 1.1.1.1 a l: true}
-)");
-    EXPECT_EQ(start.bfd->interval.value(), 300u);
-    EXPECT_EQ(start.policies.written.at(0).policy.settings.sbfd, SrTePolicy::PolicySbfdConfig());
-    EXPECT_EQ(start.policies.written.at(1).policy.settings.sbfd, std::nullopt);
-    EXPECT_EQ(start.counters.written.at(0).text(), "1 1.1.1.1 a l");
-
-    auto const patched = take(R"(
-bfd: {interval: null}
-policies: {1 1.1.1.1: {sbfd: {multiplier: 5, discriminator: 9}}}
-counters: {01 1.1.1.1  a l: null}
-)");
-    auto const& sbfd = *patched.policies.written.at(0).policy.settings.sbfd;
-    EXPECT_EQ(textOf(patched.bfd->interval.value(), patched.bfd->multiplier.value(),
-                     sbfd.multiplier.value(), sbfd.remoteDiscriminator.value(),
-                     patched.counters.removed.at(0).text()),
-              "0 3 5 9 1 1.1.1.1 a l");
-}
-
 TEST(ScenarioReader, SpellsTheKeysOfExpectationsAsTheyArePrinted) {
     auto const scenario = read(R"(
 policies: {100 2001:db8::5: {candidates: {a: {}}}}
@@ -496,7 +344,7 @@ TEST(ScenarioReader, ReadsJson) {
         "{\"scenario\":\"a \\u00fc\\/b \\ud83d\\ude00\",\n\t\"lfib\":{\"16\":[{\"if\":\"e\","
         "\"nh\":null}]},\"events\":[{\"at\":\"1s\",\"stop\":true}]}");
     EXPECT_EQ(scenario.title, "a \xC3\xBC/b \xF0\x9F\x98\x80");
-    EXPECT_THAT(labels(scenario.initial.lfib.written), ElementsAre(16));
+    EXPECT_EQ(scenario.initial.lfib.written.size(), 1u);
     EXPECT_EQ(scenario.events.at(0).life, Life::stop);
 }
 

@@ -112,41 +112,6 @@ TEST_F(Ring, RoutesAndPoliciesAreTheRoutersOwn) {
     EXPECT_THAT(text, HasSubstr("no second path, hence one list: D\n"));
 }
 
-TEST_F(Ring, TheBusiestLinkFailsAndReturns) {
-    EXPECT_EQ(flow(scenario["events"]),
-              "[{at: 10s, lfib: {16003: [{nh: 10.0.0.3, if: to-B, out: [16003]}], "
-              "16004: [{nh: 10.0.0.3, if: to-B, out: [16004]}], 24006: null}}, "
-              "{at: 20s, lfib: {16003: [{nh: 10.0.0.6, if: to-C, out: pop}], "
-              "16004: [{nh: 10.0.0.6, if: to-C, out: [16004]}], "
-              "24006: [{nh: 10.0.0.6, if: to-C, out: pop}]}}]");
-}
-
-TEST_F(Ring, ExpectationsFollowTheFailure) {
-    EXPECT_EQ(flow(at(scenario, "5s", "trace")),
-              "{100000: [{if: to-B, nh: 10.0.0.3, out: [24003], share: 41.52 %}, "  // 71 / 171
-              "{if: to-C, nh: 10.0.0.6, out: [], share: 58.48 %}], "
-              "100001: [{if: to-C, nh: 10.0.0.6, out: [24007], share: 100 %}], "
-              "100002: [{if: to-B, nh: 10.0.0.3, out: [], share: 75.19 %}, "  // 100 / 133
-              "{if: to-C, nh: 10.0.0.6, out: [24004], share: 24.81 %}]}");
-    EXPECT_EQ(flow(at(scenario, "15s", "trace")),
-              "{100000: [{if: to-B, nh: 10.0.0.3, out: [24003], share: 100 %}], "
-              "100001: [{if: to-B, nh: 10.0.0.3, out: [16004], share: 100 %}], "
-              "100002: [{if: to-B, nh: 10.0.0.3, out: [], share: 100 %}]}");
-    EXPECT_EQ(flow(at(scenario, "15s", "policy")["100 10.255.0.3"]),
-              "{state: up, active: explicit, bsid: 100000, candidates: {explicit: {state: active, "
-              "lists: {l1: {state: unresolved}, l2: {state: usable}}}, "
-              "shortest: {state: usable, reason: lower-preference}}}");
-    EXPECT_EQ(
-        flow(at(scenario, "15s", "policy")["100 10.255.0.4"]),
-        "{state: up, active: shortest, bsid: 100001, candidates: {explicit: {state: unusable, "
-        "reason: no-usable-list, lists: {l1: {state: unresolved}}}, "
-        "shortest: {state: active}}}");
-    for (auto const* const section : {"policy", "trace"}) {
-        EXPECT_EQ(flow(at(scenario, "25s", section)), flow(at(scenario, "5s", section)));
-    }
-    EXPECT_EQ(windows(scenario), "[0s, 30s][100000, 100001, 100002] ");
-}
-
 TEST(TopohubImport, APolicyWithoutAnyPathGoesDownAndComesBack) {
     // The bridge A - B leads to C; D is out of reach from the start.
     auto const text = import(network(4, {{0, 1}, {1, 2}}, R"({"0": {"3": 1, "2": 1}})"));
@@ -197,20 +162,6 @@ TEST(TopohubImport, AWeightIsAtLeastOneAndRoundedHalfUp) {
               "{l1: {labels: [24005], weight: 100}, l2: {labels: [24007], weight: 100}}");
 }
 
-TEST(TopohubImport, OfEquallyBusyLinksTheFirstFailsAndAnEndWithoutPoliciesSeesItToo) {
-    auto const json = network(4, {{2, 0}, {0, 1}, {1, 2}}, R"({"0": {"1": 1, "2": 1}})");
-    EXPECT_EQ(flow(YAML::Load(import(json))["events"][0]["lfib"]["24002"]), "null");
-
-    auto const quiet = YAML::Load(import(json, "B"));
-    EXPECT_FALSE(quiet["policies"].IsDefined());
-    EXPECT_FALSE(quiet["expect"].IsDefined());
-    EXPECT_EQ(flow(quiet["events"][0]["lfib"]["24004"]), "null");
-
-    auto const alone = YAML::Load(import(json, "D"));
-    EXPECT_FALSE(alone["lfib"].IsDefined());
-    EXPECT_FALSE(alone["events"].IsDefined());
-}
-
 TEST(TopohubImport, NamesFromElsewhereStayNames) {
     auto const text = import(R"({"graph": {"name": "x: \"y\" # z\n"}, "nodes": [
         {"id": 0, "name": "it's A\nlfib: {}"}, {"id": 1, "name": "B {x}"}, {"id": 2, "name": "B+x-"},
@@ -239,6 +190,8 @@ TEST(TopohubImport, LabelsRunOut) {
     EXPECT_THAT(text, HasSubstr("the SRLB is used up, hence no policy: 1001\n"));
     EXPECT_THAT(text, HasSubstr("bsid: 100999, lists: {l1: {labels: [17001]}}"));
     EXPECT_THAT(text, Not(HasSubstr("bsid: 101000")));
+    EXPECT_THAT(import(network(1, {}, "{}")),
+                HasSubstr("# The router has no links: nothing can fail.\n"));
     EXPECT_THROW(import(network(8000, {}, "{}"), "0"), InputError);
 }
 

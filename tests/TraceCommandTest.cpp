@@ -36,22 +36,6 @@ TEST(TraceCommand, FollowsARoute) {
         EXPECT_EQ(routeTrace(route), expected) << name;
 }
 
-TEST(TraceCommand, OrdersByInterfaceNextHopAndStack) {
-    EXPECT_EQ(routeTrace(R"([
-      {nh: 10.0.0.10, if: et1, out: [17]}, {nh: "2001:db8::1", if: et1, out: [17]},
-      {nh: 10.0.0.9, if: et1, out: [17, 18]}, {nh: 10.0.0.9, if: et1, out: [17]},
-      {nh: 10.0.0.9, if: et1, out: [16, 30]}, {if: et1, out: [17]}, {if: et10, out: [17]},
-      {nh: 10.0.0.1, out: [17]}])"),
-              "   12.5 %        10.0.0.1     17\n"
-              "   12.5 %  et1                17\n"
-              "   12.5 %  et1   10.0.0.9     16 30\n"
-              "   12.5 %  et1   10.0.0.9     17\n"
-              "   12.5 %  et1   10.0.0.9     17 18\n"
-              "   12.5 %  et1   10.0.0.10    17\n"
-              "   12.5 %  et1   2001:db8::1  17\n"
-              "   12.5 %  et10               17\n");
-}
-
 TEST(TraceCommand, FollowsThePrimaryPathOfAProtectedRoute) {
     std::string const tunnels =
         "ti-lfa:\n"
