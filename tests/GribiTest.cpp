@@ -36,7 +36,7 @@ protected:
         SegmentListFixture::crash();
         root = nullptr;
     }
-    void restart() override {
+    void restart() {
         crash();
         startAgain();
         run();
@@ -80,7 +80,7 @@ protected:
         }
         return text;
     }
-    std::string outputs() const override { return SegmentListFixture::outputs() + gribi(); }
+    std::string outputs() const { return SegmentListFixture::outputs() + gribi(); }
 
     Quor::Ptr<SrTePolicy::Status> agentStatus = SrTePolicy::statusFactory();
     Quor::Ptr<Config> config = configFactory();

@@ -65,30 +65,6 @@ protected:
                                   router.merge->lfibTrackingStatus(), selectionInput, dedup, users,
                                   verdicts, scheduler, fieldlog);
     }
-    // Nothing is withdrawn; what lived stands in the exported lists.
-    void crash() {
-        sm = nullptr;
-        exported->segmentListDelAll();
-        auto const& live = dedup->notifyingSegmentListCollection()->segmentListNotifier();
-        for (auto row = live.begin(); row; row.next()) {
-            auto const& list = *row.value()->segmentListRawPtr();
-            Export::SegmentList copy{
-                list.segmentListId(), list.policyId(), list.distinguisherId(), list.size(), {}};
-            for (std::uint32_t i = 0; i < list.size(); ++i) copy.segment[i] = list.segmentLabel(i);
-            exported->segmentListIs(copy);
-        }
-        users = segmentListIdToPolicyMapFactory();
-        dedup = coreDedupTablesFactory();
-        verdicts = policyKeyToIdMapFactory();
-    }
-    // What was interned keeps its identity until the start is over.
-    void restart() override {
-        if (sm) crash();
-        auto const survivors = reinternSurvivingLists(dedup, exported);
-        create();
-        sm->handleInitialized();
-        scheduler->runReady();
-    }
     void settle() override {
         scheduler->runReady();
         EXPECT_TRUE(sm->drained());
@@ -108,9 +84,6 @@ protected:
         auto made = routeOver(label, {});
         made.source = static_cast<Mpls::LFib::Source>(application);
         Mpls::LfibWriter(tableOf(application)).lfibRouteIs(made);
-    }
-    void routeGoes(std::uint32_t label, std::uint32_t application = 9) {
-        Mpls::LfibWriter(tableOf(application)).lfibRouteDel(keyOf(label));
     }
     Quor::Ptr<Mpls::LfibStatus> tableOf(std::uint32_t application) const {
         return application == 24  ? router.policyLfib
@@ -138,7 +111,7 @@ protected:
         return std::string(" bsid ").append(std::to_string(bsid));
     }
     // CANDIDATE [bsid N] [enlp N]: LABELSxWEIGHT...
-    std::string outputs() const override {
+    std::string outputs() const {
         std::ostringstream text;
         std::set<SegmentListId> named;
         auto const& entries = selectionInput->policyIdEntry();
@@ -160,14 +133,13 @@ protected:
         return text.str();
     }
     // CANDIDATE: REASON [bsid N] [since TIME]
-    std::string listed(bool withTimes = true) const {
+    std::string listed() const {
         std::ostringstream text;
         for (auto row = verdicts->candidate().begin(); row; row.next()) {
             auto const& [time, reason, bsid] = row.value();
             text << name(row.key()) << ": " << static_cast<unsigned>(reason)
                  << bsidText(bsid.value());
-            if (withTimes) text << " since " << time;
-            text << "\n";
+            text << " since " << time << "\n";
         }
         return text.str();
     }
@@ -205,7 +177,6 @@ protected:
     Quor::Ptr<Mpls::Config> mplsConfig = Quor::makePtr<Mpls::Config>();
 
     Quor::Ptr<PolicySelectionInput> selectionInput = policySelectionInputFactory();
-    Quor::Ptr<Export::SegmentListCollection> exported = Export::segmentListCollectionFactory();
     Quor::Ptr<CoreDedupTables> dedup = coreDedupTablesFactory();
     Quor::Ptr<SegmentListIdToPolicyMap> users = segmentListIdToPolicyMapFactory();
     Quor::Ptr<PolicyKeyToIdMap> verdicts = policyKeyToIdMapFactory();

@@ -212,14 +212,15 @@ TEST_F(PolicyInputSmTest, WhatMayStandInForOldListsComesFirst) {
     offer({.discriminator = 4, .lists = {{{19}}}});
     scheduler->runOne();
     EXPECT_THAT(takeLog(), ElementsAre("+PBGP4", "+PBGP3"));
-    scheduler->yieldAfterWorkIs(std::nullopt);
 }
 
 TEST_F(PolicyInputSmTest, RunsTraceWhatTheyDo) {
     auto const first = Path{.discriminator = 1}.id().stringValue();
     auto const second = Path{.discriminator = 2}.id().stringValue();
     TraceLines traces("*", 1u << 8 | 1u << 9);
-    restart();
+    sm = nullptr;
+    create();
+    sm->handleInitialized();
     EXPECT_EQ(traces.take()[0], "handleInitialized called with segmentListSharing: none");
     offer({.discriminator = 1});
     offer({.discriminator = 2});
@@ -244,11 +245,9 @@ TEST_F(PolicyInputSmTest, RunsTraceWhatTheyDo) {
                     "Processing policy entry: " + first, "Policy Id " + first + " will be removed",
                     "Removing registration of SegmentList Id: 1 for Policy Id: " + first,
                     "Processed 1 input policy entries, delay task: 0"));
-    scheduler->yieldAfterWorkIs(std::nullopt);
 }
 
 TEST_F(PolicyInputSmTest, ItWorksBetweenStartAndDeletionOnly) {
-    restartsHitless = false;
     offer({.bsid = 1000});
     offer({.key = Q, .bsid = 999});
     run();

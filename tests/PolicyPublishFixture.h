@@ -48,10 +48,6 @@ protected:
         create();
         sm->handleInitialized();
     }
-    void restart() override {
-        sm = nullptr;  // as in a crash: nothing is withdrawn
-        start();
-    }
     void settle() override { run(); }
     void run() {
         scheduler->runReady();
@@ -136,7 +132,6 @@ protected:
         }
         return text;
     }
-    std::string outputs() const override { return published() + fecs() + rows() + tunnels(); }
     std::string dump() const { return dumpOf(*sm); }
 
     Quor::Ptr<EcPolicy> ecPolicy = ecPolicyFactory();

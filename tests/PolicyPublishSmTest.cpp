@@ -158,7 +158,6 @@ TEST_F(PolicyPublishSmTest, TheColoredRibFollowsItsSettingsInSlices) {
 }
 
 TEST_F(PolicyPublishSmTest, TheColoredRibWalkStopsWithTheMachine) {
-    restartsHitless = false;
     for (auto const& policy : {P, Q}) publish(policy, {});
     Watch const ending(policyTunnels->entry(), [this](auto const&) { sm->handleDel(); });
     config->coloredRib.valueIs(true);
@@ -185,7 +184,6 @@ TEST_F(PolicyPublishSmTest, AYieldLeavesABookmark) {
 }
 
 TEST_F(PolicyPublishSmTest, TheEndEmptiesTheOutputs) {
-    restartsHitless = false;
     config->coloredRib.valueIs(true);
     publish(P, {.bsid = 1000, .enlp = 1});
     log.clear();
@@ -197,7 +195,6 @@ TEST_F(PolicyPublishSmTest, TheEndEmptiesTheOutputs) {
 }
 
 TEST_F(PolicyPublishSmTest, OurOwnMistakesStopTheAgent) {
-    restartsHitless = false;
     publish(P, {.bsid = 1000});
     status->policyStatusEntryDel(P);
     select(Q, {.bsid = 1000});

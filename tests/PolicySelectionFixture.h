@@ -48,13 +48,6 @@ protected:
         sm = policySelectionSmFactory(config, input, users, status, ecPolicy, scheduler, fieldlog);
         sm->handleInitialized();
     }
-    void crash() { sm = nullptr; }  // nothing is withdrawn
-    void restart() override {
-        crash();
-        users->segmentListUserDelAll();
-        for (auto const& [id, path] : paths) registerLists(path);
-        start();
-    }
     void settle() override {
         scheduler->runReady();
         EXPECT_TRUE(sm->drained());
@@ -124,7 +117,7 @@ protected:
         return path == paths.end() ? entry.policyId.stringValue() : path->second.name;
     }
     // POLICY: NAME[*] LISTxWEIGHT..., best first, the active one starred.
-    std::string outputs() const override {
+    std::string outputs() const {
         std::string text;
         for (auto row = ecPolicy->policy().begin(); row; row.next()) {
             auto const& policy = row.value();

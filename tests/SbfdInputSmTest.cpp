@@ -30,13 +30,6 @@ protected:
         create();
         sm->handleInitialized();
     }
-    void restart() override {
-        auto const maxInterval = sm->maxInterval();
-        sm = nullptr;
-        initStage = initStageFactory();
-        start();
-        EXPECT_LE(sm->maxInterval(), maxInterval);
-    }
     void settle() override {
         scheduler->runReady();
         EXPECT_TRUE(sm->drained());
@@ -70,7 +63,7 @@ protected:
         return (key.policyKey() == P ? "P" : "Q") + key.segmentListId.stringValue();
     }
     // POLICY LIST: INTERVALxMULTIPLIER@DISCRIMINATOR
-    std::string outputs() const override {
+    std::string outputs() const {
         std::string text;
         for (auto row = sbfdConfig->config().begin(); row; row.next()) {
             auto const& value = row.value();
@@ -159,7 +152,6 @@ TEST_F(SbfdInputSmTest, WhoHearsOfARowMayEndTheSettingsOrTheMachine) {
         settings(P, 50, 3);
         EXPECT_EQ(told(), "+P1; -P1");
     }
-    restartsHitless = false;
 }
 
 TEST_F(SbfdInputSmTest, ReadyIsSaidByTheTaskAndSurvivesAStop) {
@@ -177,7 +169,6 @@ TEST_F(SbfdInputSmTest, ReadyIsSaidByTheTaskAndSurvivesAStop) {
     sm->handleDel();
     EXPECT_EQ(told(), "+P1; +P2; -P1; -P2");
     EXPECT_TRUE(initStage->sbfdReady()());
-    restartsHitless = false;
 }
 
 TEST_F(SbfdInputSmTest, TracesSayWhatIsMissing) {

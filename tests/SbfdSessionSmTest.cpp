@@ -36,7 +36,7 @@ std::string session(std::uint32_t discriminator) {
 
 /// The tables that S-BFD configuration, policy input, list resolution and BFD write are written by
 /// the test.
-class SbfdSessionSmTest : public RestartedTest {
+class SbfdSessionSmTest : public LoggedTest {
 protected:
     void create() {
         sm = sbfdSessionSmFactory(sbfdConfig, vrf, "us", statusPeer, appConfig, appStatus, users,
@@ -45,10 +45,6 @@ protected:
     void start() {
         create();
         sm->handleInitialized();
-    }
-    void restart() override {
-        sm = nullptr;
-        start();
     }
 
     void configure(PolicyKey const& key, std::uint32_t list, SbfdParams const& params,
@@ -79,7 +75,7 @@ protected:
                key.segmentListId.stringValue();
     }
     // The sessions as APP LIST@DISCRIMINATOR: INTERVALxMULTIPLIER, then the combined status.
-    std::string outputs() const override {
+    std::string outputs() const {
         std::string text;
         for (auto row = appConfig->session().begin(); row; row.next()) {
             auto const& timers = row.value();
@@ -197,7 +193,8 @@ TEST_F(SbfdSessionSmTest, PoliciesShareASessionAtTheFastestPair) {
     plain(1, SegmentListResolveError::exceedsMsd);  // also without a user
     plain(1, noError);
     EXPECT_EQ(told(), "+Q1; +P1; +Q1; +P1");
-    restart();  // nobody is written slower first
+    sm = nullptr;
+    start();  // nobody is written slower first
     EXPECT_EQ(told(), "");
     unconfigure(Q, 1);  // slower again; Q has no user, and P stays down
     EXPECT_EQ(told(), "+us 1@7; -Q1");
@@ -243,7 +240,6 @@ TEST_F(SbfdSessionSmTest, AnEndWithinAnEventIsTheEnd) {
     Watch<SbfdKey> const ender{status->statusWithSbfd(), [this](auto const&) { sm->handleDel(); }};
     report(1, OperState::down);
     EXPECT_EQ(told(), "+P1; -us 1@7; -P1; -Q1");
-    restartsHitless = false;
 }
 
 }  // namespace

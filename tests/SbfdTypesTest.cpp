@@ -89,6 +89,11 @@ TEST(SbfdSessionUser, TheFastestPairIsKnownAtEverySize) {
         {"the smaller interval", {params(300, 1), params(100, 3)}, {}, params(100, 3)},
         {"64 bits", {params(~0u, 3), params(~0u, 2)}, {}, params(~0u, 2)},
         {"the global pair", {params(0, 9), params(101, 3)}, params(100, 3), params(100, 3)},
+        {"a slow one of short intervals",
+         {params(0, 9), params(50, 10)},
+         params(300, 1),
+         params(300, 1)},
+        {"the least of all", {params(1, 1), params(2, 1)}, {}, params(1, 1)},
         {"its multiplier", {params(90, 0), params(95, 0)}, params(100, 3), params(90, 3)},
         {"no time at all", {params(0, 5), params(20, 0)}, {}, params(0, 0)},
         {"some time", {params(0, 5), params(20, 0)}, params(0, 2), params(20, 2)},
@@ -104,6 +109,7 @@ TEST(SbfdSessionUser, TheFastestPairIsKnownAtEverySize) {
             EXPECT_EQ(user.fastest(global), fastest) << what;
             for (std::uint32_t i = 0; i < asked.size(); ++i) user.sbfdStatusDel(key(i), asked[i]);
             EXPECT_EQ(user.size(), others);
+            EXPECT_TRUE(others > 0 || !user.hasGlobal()) << what;
         }
     }
 }

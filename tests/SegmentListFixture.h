@@ -72,11 +72,10 @@ protected:
         start();
         for (auto& [key, list] : held) list = intern(key);
     }
-    void restart() override {
+    void restart() {
         crash();
         startAgain();
     }
-    void settle() override { drain(); }
     void run() { scheduler->runReady(); }
     // Lets the clock go on until nothing is left to do; then the lists must have found their
     // holders.
@@ -116,7 +115,7 @@ protected:
     void msd(std::optional<std::uint8_t> depth) { hardware->maxLabelPushDepth.valueIs(depth); }
 
     // ID [LABELS] STATUS: INTF(LABELS) ... with - for an output that is missing.
-    std::string outputs() const override {
+    std::string outputs() const {
         std::string text;
         for (auto const id : ids()) text += output(SegmentListId(id)) + "\n";
         return text;

@@ -130,62 +130,32 @@ TEST(MplsViaSet, HoldsEachViaOnceInTheOrderOfContent) {
                  "!\"No String constructor for MplsViaSet - has collection\"");
 }
 
-// Resolves lists over records of the top segment that the tests write themselves.
-class SegmentListResolverTest : public testing::Test {
-protected:
-    SegmentListResolverTest() { Keel::activityClockIs(&clock); }
-
-    Quor::Ptr<SegmentList const> list(Stack const& labels) {
-        return tables->segmentList({Action::push, labels}, PolicyId(), DistinguisherId());
-    }
-    void top(SegmentList const& of, Quor::Ptr<SegmentViaInfo const> const& viaInfo) {
-        status->statusIs(Quor::makePtr<SegmentResolve>(of.segment(0)->segmentId(), viaInfo));
-    }
-    static Quor::Ptr<SegmentViaInfo const> over(std::vector<Mpls::LfibMplsVia> const& vias) {
-        auto const viaInfo = segmentViaInfoFactory(Mpls::LfibViaType::mpls);
-        Mpls::LfibViaSet set;
-        std::uint32_t index = 0;
-        for (auto const& via : vias) viaInfo->mplsViaIs(set.key(index++), via);
-        return viaInfo;
-    }
-    // "error: INTF(LABELS) ..."
-    std::string resolved(SegmentList const& of) const {
-        auto const res = SegmentListResolver(status, tiLfaTunnels, hw).resolveSegmentList(of);
-        if (!res) return "none";
-        auto text = std::to_string(static_cast<int>(res->error)) + ":";
-        for (auto const& via : res->mplsViaSet.via()) text.append(" ").append(viaText(via));
-        return text;
-    }
-
-    Keel::VirtualClock clock;
-    Quor::Ptr<CoreDedupTables> tables = coreDedupTablesFactory();
-    Quor::Ptr<SegmentStatus> status = segmentStatusFactory();
-    Quor::Ptr<TiLfaTunnelTable> tiLfaTunnels = Quor::makePtr<TiLfaTunnelTable>();
-    Quor::Ptr<Routing::Hardware::Status const> hw;
-};
+using SegmentListResolverTest = SegmentListFixture;
 
 TEST_F(SegmentListResolverTest, TheTopGivesTheViasAndTheRestGoesBelow) {
-    auto const three = list({16, 17, 18});
-    EXPECT_EQ(resolved(*three), "none") << "no record of the top";
-    EXPECT_EQ(resolved(*list({})), "none");
-    top(*three, over({push("Et2", {100}), push("Et1", {}), push("Et2", {100})}));
+    hold({16, 17, 18});
+    hold({});
     TraceLines traces("SrTePolicySegmentListResolver");
-    EXPECT_EQ(resolved(*three), "1: Et1(17 18) Et2(100 17 18)") << "each via once, in order";
+    route(16, {push("Et2", {100}), push("Et1", {}), push("Et2", {100})});
+    run();
+    EXPECT_EQ(outputs(), "1 [16 17 18] 1: Et1(17 18) Et2(100 17 18)\n2 [] -\n");
     EXPECT_THAT(
         traces.take(),
         ElementsAre("No. of vias 3", "IntfId new : Et2", "Appending topLabels TOP ( 17 18 ) BOTTOM",
                     "IntfId new : Et1", "Appending topLabels TOP ( 17 18 ) BOTTOM",
                     "IntfId new : Et2", "Appending topLabels TOP ( 17 18 ) BOTTOM"));
-    top(*three, over({Mpls::LfibMplsVia{nextHop, et1, {Action::pop, {}}}}));
-    EXPECT_EQ(resolved(*three), "1: Et1(3)");
+    route(16, {Mpls::LfibMplsVia{nextHop, et1, {Action::pop, {}}}});
+    run();
+    EXPECT_EQ(outputs(), "1 [16 17 18] 1: Et1(3)\n2 [] -\n");
     EXPECT_THAT(traces.take(), ElementsAre("No. of vias 1", "IntfId new : Et1",
                                            "Adjacency MplsVia hop 10.0.0.1 intfId Et1"));
 }
 
 TEST_F(SegmentListResolverTest, WhatExceedsTheDepthIsTracedAndLogged) {
-    list({15});
-    auto const two = list({16, 17});
-    SegmentListResolver const resolver(status, tiLfaTunnels, depth(10));
+    hold({15});
+    hold({16, 17});
+    auto const two = held.at({{16, 17}});
+    SegmentListResolver const resolver(segmentStatus, tiLfaTunnels, depth(10));
     SyslogLines syslog;
     TraceLines traces("SrTePolicySegmentListResolver");
     auto const report = [&](Error error) {

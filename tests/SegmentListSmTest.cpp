@@ -186,7 +186,6 @@ TEST_F(SegmentListSmTest, LeftoversOfAnEarlierRunGoAfterTheFirstBacklog) {
 }
 
 TEST_F(SegmentListSmTest, ItWorksBetweenItsStartAndItsDeletion) {
-    restartsHitless = false;  // nothing is left
     crash();
     create();
     segmentSm->handleInitialized();
@@ -200,6 +199,7 @@ TEST_F(SegmentListSmTest, ItWorksBetweenItsStartAndItsDeletion) {
     run();
     log.clear();
     route(16, {push("Et2", {100})});
+    msd(11);
     sm->handleDel();
     EXPECT_THAT(takeLog(), ElementsAre("-tunnel 1", "-status 1", "-export 1"));
     EXPECT_TRUE(sm->drained());

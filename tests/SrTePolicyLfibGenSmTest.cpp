@@ -17,12 +17,8 @@ PolicyKey policy(std::uint32_t color) {
 PolicyKey const P = policy(1);
 PolicyKey const Q = policy(2);
 
-class SrTePolicyLfibGenSmTest : public RestartedTest {
+class SrTePolicyLfibGenSmTest : public LoggedTest {
 protected:
-    void restart() override {
-        sm = nullptr;
-        start();
-    }
     void start() {
         sm = srTePolicyLfibGenSmFactory(status, lfib);
         sm->handleInitialized();
@@ -43,7 +39,7 @@ protected:
         Mpls::LfibWriter(lfib).lfibRouteIs(written);
     }
     // LABEL -> FEC
-    std::string outputs() const override {
+    std::string outputs() const {
         std::string text;
         for (auto row = lfib->rows().begin(); row; row.next()) {
             text += row.key().stringValue() + " -> " +
@@ -132,7 +128,6 @@ TEST_F(SrTePolicyLfibGenSmTest, ARestartRewritesInPlaceThenSweeps) {
 }
 
 TEST_F(SrTePolicyLfibGenSmTest, BeforeTheStartNothingHappensAndTheEndEmptiesTheTable) {
-    restartsHitless = false;
     sm = srTePolicyLfibGenSmFactory(status, lfib);
     publish(P, 1000, 77);
     sm->handleDel();

@@ -20,24 +20,10 @@ protected:
         sm = tunnelMapExportSmFactory(input, policyKeyToIdMapFactory(), map, counters, scheduler);
         sm->handleInitialized();
     }
-    void restart() override {
-        runPoll();
-        sm = nullptr;
-        log.clear();
-        start();
-        EXPECT_TRUE(sm->drained());
-    }
     std::size_t poll(double seconds = 1.0) {
         clock.advance(seconds);
         return scheduler->runReady();
     }
-    // What the next poll would remove is no unchanged input.
-    void runPoll() {
-        scheduler->yieldAfterWorkIs(std::nullopt);
-        poll();
-        poll();
-    }
-
     void uses(PolicyId const& id, std::initializer_list<std::uint32_t> lists) {
         PolicyIdEntry entry(id, Preference(100), {});
         for (auto const list : lists) entry.wSegmentList.push_back({SegmentListId(list), 1});
@@ -53,7 +39,7 @@ protected:
     }
     void uncounted(std::uint32_t list) { counters->tunnelCounterDel(tunnel(list)); }
 
-    std::string outputs() const override {
+    std::string outputs() const {
         std::string text;
         for (auto row = map->entry().begin(); row; row.next()) {
             text += " " + std::to_string(row.key().index()) + ":" +
@@ -146,7 +132,6 @@ TEST_F(TunnelMapExportSmTest, ThePollGoesOnWhereItYielded) {
 }
 
 TEST_F(TunnelMapExportSmTest, TheEndEmptiesTheTableAlsoOfWhatWaits) {
-    restartsHitless = false;
     counted({5});
     uses(candidate(1), {5, 6});
     uses(candidate(1), {6});

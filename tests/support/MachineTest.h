@@ -12,23 +12,10 @@
 #include "tests/support/Captures.h"
 #include "tests/support/Watch.h"
 
-/// Leaves its machine to a restart over unchanged inputs, which must not write a single row. A test
-/// about the order of arrival, or of a machine that has gone, opts out.
-class RestartedTest : public testing::Test {
+/// Writes down what a machine writes.
+class LoggedTest : public testing::Test {
 protected:
-    void TearDown() override {
-        if (!restartsHitless) return;
-        settle();
-        auto const before = outputs();
-        log.clear();
-        restart();
-        settle();
-        EXPECT_THAT(log, testing::ElementsAre());
-        EXPECT_EQ(outputs(), before);
-    }
-    virtual void restart() = 0;
     virtual void settle() {}
-    virtual std::string outputs() const = 0;
 
     void wrote(bool present, char const* table, std::string const& row) {
         log.push_back(std::string(present ? "+" : "-").append(table).append(row));
@@ -42,23 +29,13 @@ protected:
         return line;
     }
 
-    bool restartsHitless = true;
     std::vector<std::string> log;  // every write of an output, in order
 };
 
 /// What a machine with a task runs on.
-class MachineTest : public RestartedTest {
+class MachineTest : public LoggedTest {
 protected:
     MachineTest() { Keel::activityClockIs(&clock); }
-
-    // One run that only finds the log clogged, and the next one.
-    void clogOnce() {
-        fieldlog->outputCloggedIs(true);
-        scheduler->runOne();
-        fieldlog->outputCloggedIs(false);
-        clock.advance(0.1);
-        scheduler->runOne();
-    }
 
     Keel::VirtualClock clock;
     Quor::Ptr<Keel::TaskScheduler> scheduler = Quor::makePtr<Keel::TaskScheduler>(clock);
