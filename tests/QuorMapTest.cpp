@@ -275,16 +275,6 @@ TEST(NotifyingMapTest, DelAllIsOneAscendingPass) {
     EXPECT_EQ(table.size(), 1u);
 }
 
-TEST(NotifyingMapTest, TheOldValueEndsAfterEverybodyWasTold) {
-    Quor::NotifyingMap<int, Farewell> table;
-    std::string log;
-    Watch const watch(table, [&log](int) { log += "told "; });
-    table.entryIs(1, atEnd([&] { log += "first ends "; }));
-    table.entryIs(1, atEnd([&] { log += "second ends "; }));
-    table.entryDel(1);
-    EXPECT_EQ(log, "told told first ends told second ends ");
-}
-
 // A row that carries its own key, as many tables have.
 struct Named final : Quor::PtrInterface {
     explicit Named(std::string text) : name(std::move(text)) {}

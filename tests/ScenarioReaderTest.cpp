@@ -52,14 +52,6 @@ void expectFaults(std::vector<Case> const& cases) {
     for (auto const& [text, fault] : cases) EXPECT_EQ(faults(text), fault + "\n") << text;
 }
 
-/// Its fields, by one space.
-std::string textOf(auto const&... fields) {
-    std::ostringstream text;
-    char const* separator = "";
-    ((text << std::exchange(separator, " ") << fields), ...);
-    return text.str();
-}
-
 TEST(ScenarioReader, RefusesWhatIsNoPlainYamlDocument) {
     expectFaults({
         {"", "1:1: found null, expected a scenario as a mapping"},
@@ -103,8 +95,9 @@ TEST(ScenarioReader, ComparesKeysByValue) {
 
 TEST(ScenarioReader, RefusesValuesOutOfRange) {
     expectFaults({
-        {"router: {srlb: 200-1048576}",
-         "1:16: found `200-1048576`, expected a range such as 100000-100999, first to last, within 0 "
+        {"router: {srlb: 0-1048576}",
+         "1:16: found `0-1048576`, expected a range such as 100000-100999, first to last, within "
+         "0 "
          "to 1048575"},
         {"router: {msd: 256}", "1:15: found `256`, expected a number of labels from 0 to 255"},
         {"router: {enabled: yes}", "1:19: found `yes`, expected one of `true`, `false`"},
@@ -216,104 +209,6 @@ TEST(ScenarioReader, ReportsEverythingAtOnceInTheOrderOfTheFile) {
         "4:15: found `-1`, expected a number of labels from 0 to 255\n");
 }
 
-/// Each via's interface, next hop and operation.
-std::string viasText(Mpls::ConsolidatedLfibRoute const& record) {
-    std::ostringstream text;
-    for (auto const& via : record.mplsVias) {
-        text << via.intf.stringValue() << " " << via.nextHop.stringValue() << " "
-             << static_cast<std::uint32_t>(via.operation.action);
-        auto const& stack = via.operation.stack;
-        for (std::size_t i = 0; i < stack.size(); ++i) text << " " << stack.label(i).value();
-        text << "\n";
-    }
-    return text.str();
-}
-
-TEST(ScenarioReader, MakesRoutesOfEveryForm) {
-    auto const scenario = read(R"(
-lfib:
-  1: [{nh: 10.0.1.2, if: et1, out: [16]}, {if: et2, out: [16, 17]}, {if: et3, out: pop}]
-  2: [{if: et1}, {if: et1, out: [], action: pop}, {nhg: 5}, {tunnel: 10-77}, {ti-lfa: t7}]
-  3: {kind: pseudowire}
-  4: {fec: {ti-lfa: t7}, action: swap}
-  5: {fec: {type: 1, id: 9}}
-ti-lfa:
-  t7: {primary: {nh: 2001:DB8::1, if: et1}, backup: {if: et2, out: [16, 17]}}
-)");
-    auto const& routes = scenario.initial.lfib.written;
-    ASSERT_EQ(routes.size(), 5u);
-    EXPECT_EQ(viasText(routes[0]), "et1 10.0.1.2 2 16\net2  3 16 17\net3  2 3\n");
-    EXPECT_EQ(viasText(routes[1]), "et1  2\net1  1\nnhg 5  2\ntunnel 10-77  2\ntunnel 12-1  2\n");
-    EXPECT_EQ(routes[2].type, Mpls::LfibRouteType::pseudowire);
-    auto const fec = [](Mpls::LfibExtFecVia const& via) {
-        return textOf(via.fecId.stringValue(), static_cast<int>(via.labelAction));
-    };
-    EXPECT_EQ(fec(routes[3].extFecVia), "0x0600c00000000001 2");
-    EXPECT_EQ(fec(routes[4].extFecVia), "0x0100000000000009 1");
-    for (auto const& each : routes) EXPECT_EQ(each.source, otherApplication);
-
-    auto const& tunnel = scenario.initial.tiLfa.written.at(0);
-    EXPECT_EQ(textOf(tunnel.tunnelId.stringValue(), *scenario.tiLfaName(tunnel.tunnelId),
-                     tunnel.primaryVia.nextHop.stringValue()),
-              "12-1 t7 2001:db8::1");
-    EXPECT_EQ(tunnel.backupVia->operation, Wirex::pushOperation({16, 17}));
-}
-
-/// The policies that a step writes, with each candidate's identity and lists (`*`: it is written to
-/// its source), and what it removes.
-std::string policiesText(Step const& step) {
-    std::ostringstream text;
-    for (auto const& write : step.policies.written) {
-        text << policyKeyText(write.policy.key()) << ":";
-        std::vector<bool> written(write.policy.candidates.size());
-        for (auto const place : write.written) written.at(place) = true;
-        for (std::size_t i = 0; i < written.size(); ++i) {
-            auto const& each = write.policy.candidates[i];
-            text << " " << each.name << (written[i] ? "*" : "") << " "
-                 << each.id().candidate.discriminator << " (";
-            for (auto const& list : each.listNames) text << list;
-            text << ")";
-        }
-        text << "\n";
-    }
-    for (auto const& id : step.removedCandidates) {
-        text << "-candidate " << id.candidate.discriminator << "\n";
-    }
-    for (auto const& key : step.policies.removed) text << "-" << policyKeyText(key) << "\n";
-    return text.str();
-}
-
-TEST(ScenarioReader, EventsPatchPoliciesAndNeverReuseANumber) {
-    auto const scenario = read(R"(
-policies:
-  1 1.1.1.1:
-    candidates:
-      a: {lists: {x: {labels: [5]}, y: {labels: [6]}}}
-      b: {from: bgp 1 2.2.2.2 77}
-events:
-  - {at: 1s, policies: {01 1.1.1.1: {candidates: {c: {}, a: {lists: {x: null, z: {labels: [7]}}}}}}}
-  - {at: 2s, policies: {1 1.1.1.1: {candidates: {a: {lists: {x: {labels: [8]}}}, b: null}}}}
-  - at: 3s
-    policies: {1 1.1.1.1: {candidates: {d: {}, b: {from: null}, c: {from: config 0 0.0.0.0 9}}}}
-  - {at: 4s, policies: {1 1.1.1.1: {}, 2 1.1.1.1: {candidates: {a: {}}}}}
-  - {at: 5s, policies: null}
-  - {at: 6s, policies: {1 1.1.1.1: {candidates: {a: {}}}}}
-)");
-    EXPECT_EQ(policiesText(scenario.initial), "1 1.1.1.1: a* 1 (xy) b* 77 ()\n");
-    EXPECT_EQ(policiesText(scenario.events[0]), "1 1.1.1.1: a* 1 (yz) b 77 () c* 3 ()\n");
-    EXPECT_EQ(scenario.events[0].policies.written[0].written, (std::vector<std::size_t>{2, 0}));
-    // x is back in the place that it had first.
-    EXPECT_EQ(policiesText(scenario.events[1]), "1 1.1.1.1: a* 1 (xyz) c 3 ()\n-candidate 77\n");
-    EXPECT_EQ(policiesText(scenario.events[2]),
-              "1 1.1.1.1: a 1 (xyz) b* 2 () c* 9 () d* 4 ()\n-candidate 3\n");
-    EXPECT_EQ(policiesText(scenario.events[3]),
-              "1 1.1.1.1: a 1 (xyz) b 2 () c 9 () d 4 ()\n2 1.1.1.1: a* 1 ()\n");
-    EXPECT_EQ(policiesText(scenario.events[4]),
-              "-candidate 1\n-candidate 2\n-candidate 9\n-candidate 4\n-candidate 1\n"
-              "-1 1.1.1.1\n-2 1.1.1.1\n");
-    EXPECT_EQ(policiesText(scenario.events[5]), "1 1.1.1.1: a* 1 ()\n");
-}
-
 TEST(ScenarioReader, SpellsTheKeysOfExpectationsAsTheyArePrinted) {
     auto const scenario = read(R"(
 policies: {100 2001:db8::5: {candidates: {a: {}}}}
@@ -323,6 +218,7 @@ expect:
     trace: {"024001,16005": [{if: et1, out: [16005], share: 75 %}]}
   - {between: [0s, 30s], never-withdrawn: {lfib: [0100], policy: [100 2001:DB8:0::5]}, syslog: [X]}
 )");
+    EXPECT_EQ(scenario.tiLfaName(Tunnel::TunnelTable::TunnelId::fromString("12-0")), nullptr);
     ASSERT_EQ(scenario.expectations.size(), 2u);
     auto const& words = scenario.expectations[0].words;
     auto const* const policy = words.find("policy")->find("100 2001:db8::5");

@@ -168,15 +168,6 @@ TEST_F(BacklogTest, KeysAreProcessedInOrderWithTheirFlag) {
     EXPECT_FALSE(backlog.task()->isScheduled());
 }
 
-TEST_F(BacklogTest, AKeyThatIsMarkedWhileItIsProcessedRunsAgain) {
-    int left = 2;
-    then = [&](int key) {
-        if (key == 1 && left-- > 0) backlog.mark(1);
-    };
-    mark({1, 2});
-    EXPECT_EQ(run(), "1 2 ; 1 ; 1 ; ");
-}
-
 TEST_F(BacklogTest, AYieldGoesOnFromTheBookmark) {
     scheduler->yieldAfterWorkIs(1);
     mark({10, 20, 30, 40, 50});
