@@ -168,22 +168,6 @@ TEST_F(PolicyInputSmTest, AnEntryIsRewrittenWithItsVersionOrReplaced) {
     EXPECT_EQ(entryOf(path).version, version);
 }
 
-TEST_F(PolicyInputSmTest, AListIsRegisteredWhileAnEntryNamesIt) {
-    Path path{.lists = {{{16}}, {{17}}}};
-    offer(path);
-    run();
-    Watch<SegmentListId> const userWatch(users->segmentListUserSubject(), [this](SegmentListId id) {
-        auto const* const user = users->segmentListUser(id);
-        auto const count = user ? std::to_string(user->policyId().size()) : "none";
-        log.push_back("users of " + id.stringValue() + ": " + count);
-    });
-    path.lists = {{{17}}, {{18}}};
-    offer(path);
-    EXPECT_EQ(run(), "users of 3: 0; users of 3: 1; +PBGP1; users of 1: 0; users of 1: none");
-    withdraw(path);
-    EXPECT_EQ(run(), "users of 2: 0; users of 2: none; users of 3: 0; users of 3: none; -PBGP1");
-}
-
 TEST_F(PolicyInputSmTest, AReplacedSourceIsComparedWithWhatIsHeld) {
     inputs[pcep]->policyInputEntryIs(Path{.protocol = pcep, .discriminator = 1}.entry());
     inputs[pcep]->policyInputEntryIs(Path{.protocol = pcep, .discriminator = 2}.entry());

@@ -218,7 +218,6 @@ expect:
     trace: {"024001,16005": [{if: et1, out: [16005], share: 75 %}]}
   - {between: [0s, 30s], never-withdrawn: {lfib: [0100], policy: [100 2001:DB8:0::5]}, syslog: [X]}
 )");
-    EXPECT_EQ(scenario.tiLfaName(Tunnel::TunnelTable::TunnelId::fromString("12-0")), nullptr);
     ASSERT_EQ(scenario.expectations.size(), 2u);
     auto const& words = scenario.expectations[0].words;
     auto const* const policy = words.find("policy")->find("100 2001:db8::5");
@@ -233,6 +232,15 @@ expect:
     EXPECT_EQ(window.neverWithdrawn[1].key, "100 2001:db8::5");
     EXPECT_THAT(window.syslog->identifiers, ElementsAre("X"));
     EXPECT_EQ(scenario.end(), 30s);
+}
+
+TEST(ScenarioReader, NamesTunnelsFromOneOn) {
+    auto const scenario = read("ti-lfa: {t7: {primary: {if: e}}}");
+    auto const name = [&scenario](char const* id) {
+        auto const* const found = scenario.tiLfaName(Tunnel::TunnelTable::TunnelId::fromString(id));
+        return found ? *found : "none";
+    };
+    EXPECT_EQ(name("12-0") + " " + name("12-1") + " " + name("12-2"), "none t7 none");
 }
 
 TEST(ScenarioReader, ReadsJson) {

@@ -35,18 +35,15 @@ TEST(ComputeEgressMplsVia, TheActionDecidesWhatBecomesOfTheLabelsBelowTheTop) {
     Case const cases[] = {
         {"swap", Action::swap, {100}, {17, 18}, {100, 17, 18}},
         {"swap to implicit null", Action::swap, {3}, {17, 18}, {3, 17, 18}},
-        {"swap without a label", Action::swap, {}, {17}, {17}},
         {"swap to nothing", Action::swap, {}, {}, {}},
         {"push", Action::push, {100, 101}, {17, 18}, {100, 101, 17, 18}},
         {"push over TI-LFA", Action::push, {100}, {17}, {100, 17}, {}, et1, true},
         {"pop to an adjacency", Action::pop, {}, {17, 18}, {3}},
         {"pop without next hop", Action::pop, {}, {17}, {}, {}, et1},
-        {"pop without interface", Action::pop, {}, {17}, {}, nextHop, {}},
         {"pop over TI-LFA", Action::pop, {}, {17, 18}, {3}, {}, et1, true},
         {"pop over TI-LFA into nowhere", Action::pop, {}, {}, {3}, {}, {}, true},
         {"pop with labels", Action::pop, {100}, {17, 18}, {100}},
         {"no action", Action::none, {}, {17, 18}, {}},
-        {"no action, labels", Action::none, {100}, {17, 18}, {100}},
         {"unknown action", Action(4), {100}, {17}, {100}},
     };
     for (auto const& c : cases) {
@@ -70,14 +67,12 @@ TEST(ComputeEgressMplsVia, TheStackAndTheTunnelBelowItFitTheDepthExactly) {
     Case const cases[] = {
         {"exact", 4, {100, 101}, {17, 18}, {0, 0}, Error::noError},
         {"one short", 3, {100, 101}, {17, 18}, {0, 0}, Error::exceedsMsd},
-        {"unknown depth", {}, {100, 101}, {17, 18}, {200, 200}, Error::noError},
         {"one short over a primary path", 4, {100}, {17, 18}, {2, 0}, Error::exceedsMsd},
         {"exact over a backup path", 11, {100}, {17, 18}, {1, 8}, Error::noError},
         {"one short over a backup path", 10, {100}, {17, 18}, {1, 8}, Error::backupExceedsMsd},
         {"the primary path comes first", 3, {100}, {17, 18}, {1, 8}, Error::exceedsMsd},
         {"implicit null counts", 0, {3}, {}, {0, 0}, Error::exceedsMsd},
         {"nothing on a depth of nothing", 0, {}, {}, {0, 0}, Error::zeroResolvedLabels},
-        {"nothing, unknown depth", {}, {}, {}, {1, 8}, Error::zeroResolvedLabels},
         {"sizes do not wrap at 256", 255, {100}, {}, {255, 0}, Error::exceedsMsd},
     };
     for (auto const& c : cases) {

@@ -1,4 +1,3 @@
-#include <set>
 #include <string>
 #include <vector>
 
@@ -185,35 +184,6 @@ TEST_F(SegmentListUserTest, EveryCandidateThatComesOrGoesIsTold) {
     uses.clear();
     users->segmentListUserDel(first);
     EXPECT_EQ(uses, "1:19- 1:20- ");
-}
-
-TEST_F(SegmentListTest, SurvivingListsAreInternedUnderTheirOldIdentity) {
-    auto const exported = Export::segmentListCollectionFactory();
-    auto const surviving = [&exported](std::uint32_t id, std::vector<std::uint32_t> labels) {
-        Export::SegmentList copy;
-        copy.segmentListId = SegmentListId(id);
-        copy.policyId = policy(id);
-        copy.distinguisherId = DistinguisherId(id);
-        for (auto const label : labels) copy.segment[copy.size++] = Wirex::MplsLabel(label);
-        exported->segmentListIs(copy);
-    };
-    surviving(70, {});
-    surviving(7, {16, 17, 18, 19, 20, 21, 22, 23});
-    surviving(8, {17});
-
-    auto references = reinternSurvivingLists(tables, exported);
-    std::string texts;
-    for (auto const& reference : references) texts += reference->stringValue() + "\n";
-    EXPECT_EQ(texts,
-              "segmentListId: 7, size: 8, segmentIds: 1 2 3 4 5 6 7 8\n"
-              "segmentListId: 8, size: 1, segmentIds: 2\n"
-              "segmentListId: 70, size: 0, segmentIds:\n");
-
-    auto const claimed = list({17}, policy(8), DistinguisherId(8));
-    EXPECT_EQ(claimed, references[1]);
-    references.clear();
-    EXPECT_EQ(tables->segListDedupTablePtr()->dedupHashTable()->size(), 1u);
-    EXPECT_EQ(list({99})->segmentListId(), SegmentListId(71));
 }
 
 }  // namespace

@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "Platform/Quor/RangeError.h"
-#include "Platform/Tunnel/SrTePolicyTunnelTable.h"
 #include "Platform/Tunnel/SrTeSegmentListTunnelTable.h"
-#include "Platform/Tunnel/TiLfaTunnelTable.h"
 
 namespace {
 
