@@ -80,16 +80,8 @@ protected:
         paths.erase(path.id());
         inputs.at(path.protocol)->policyInputEntryDel(path.id());
     }
-    void route(std::uint32_t label, std::uint32_t application = 9) {
-        auto made = routeOver(label, {});
-        made.source = static_cast<Mpls::LFib::Source>(application);
-        Mpls::LfibWriter(tableOf(application)).lfibRouteIs(made);
-    }
-    Quor::Ptr<Mpls::LfibStatus> tableOf(std::uint32_t application) const {
-        return application == 24  ? router.policyLfib
-               : application == 1 ? router.gribiLfib
-                                  : router.lfib;
-    }
+    // Of another application.
+    void route(std::uint32_t label) { router.route(label, {}); }
 
     static std::string name(PolicyId const& id) {
         std::ostringstream text;
