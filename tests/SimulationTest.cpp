@@ -38,22 +38,9 @@ TEST(Simulation, AReplayDoesTheSameAgain) {
     }
 }
 
-/// What of a run is about one row of the inputs, if anything.
-std::optional<std::pair<Kind, std::uint32_t>> rowOf(Event const& event) {
-    switch (event.kind) {
-        case Kind::candidate:
-        case Kind::candidateGone: return std::pair(Kind::candidate, event.place);
-        case Kind::route:
-        case Kind::routeGone: return std::pair(Kind::route, event.place);
-        case Kind::tiLfa:
-        case Kind::tiLfaGone: return std::pair(Kind::tiLfa, event.place);
-        case Kind::srlb:
-        case Kind::depth:
-        case Kind::specifiedBsidOnly:
-        case Kind::coloredRib:
-        case Kind::coloredRibPreference: return std::pair(event.kind, 0u);
-        default: return std::nullopt;
-    }
+/// Whether all that a run writes to the row of an input is what it wrote last.
+bool isWriteOfRow(Kind kind) {
+    return kind <= Kind::tiLfa || (kind >= Kind::srlb && kind <= Kind::coloredRibPreference);
 }
 
 /// Other runs that end with the same inputs as one of writes to rows alone.
@@ -61,10 +48,9 @@ class Variants {
 public:
     explicit Variants(std::uint64_t seed) : random_(seed) {
         for (auto const& event : generate(seed, 80)) {
-            auto const row = rowOf(event);
-            if (!row) continue;
+            if (!isWriteOfRow(event.kind)) continue;
             written_.push_back({event.kind, event.place, event.content});
-            last_[*row] = written_.back();
+            last_[{event.kind, event.place}] = written_.back();
         }
     }
 
@@ -105,8 +91,8 @@ public:
             auto const place = random_(candidateCount);
             events.push_back(event);
             if (last_.contains({Kind::candidate, place})) continue;
-            events.push_back({Kind::candidate, place, random_(CandidateContent::count)});
-            events.push_back({Kind::candidateGone, place});
+            events.push_back({Kind::candidate, place, 1 + random_(CandidateContent::count)});
+            events.push_back({Kind::candidate, place});
         }
         return begun(events);
     }

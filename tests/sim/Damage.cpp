@@ -1,28 +1,24 @@
-#include "tests/sim/Damage.h"
-
-#include <optional>
-
 #include "Platform/Mpls/LfibWriter.h"
+#include "tests/sim/Events.h"
 #include "tests/sim/TableWalk.h"
 #include "tests/sim/Universe.h"
+#include "tests/support/SurvivingWrites.h"
 
 namespace Sim {
 
 namespace {
 
-using Pooltab::Fib::AdjType;
 using Pooltab::Fib::FecId;
-using SrTePolicy::PolicyId;
-using SrTePolicy::SegmentListId;
 using SrTePolicy::SegmentListResolveError;
 using Tunnel::TunnelTable::TunnelId;
 using Tunnel::TunnelTable::TunnelType;
 
-FecId strayFec(std::uint32_t pick) {
-    return FecId::fecIdForAdjType(AdjType::srTePolicy, Agent::policyFecIds.min.value() + pick % 40);
+FecId strayFec(Number pick) {
+    return FecId::fecIdForAdjType(Pooltab::Fib::AdjType::srTePolicy,
+                                  Agent::policyFecIds.min.value() + pick % 40);
 }
 
-Mpls::ConsolidatedLfibRoute strayRoute(std::uint32_t pick) {
+Mpls::ConsolidatedLfibRoute strayRoute(Number pick) {
     Mpls::ConsolidatedLfibRoute route;
     route.key = routeKeyAt(pick);
     route.source = Mpls::LFib::Source::srTePolicy;
@@ -31,98 +27,63 @@ Mpls::ConsolidatedLfibRoute strayRoute(std::uint32_t pick) {
     return route;
 }
 
-void damageLists(Agent::SurvivingTables const& tables, std::uint32_t kind, std::uint32_t pick) {
-    auto& status = *tables.segmentListStatus;
-    SegmentListId const stray(500 + pick % 8);
+/// Past the functions of the table's owner.
+template <class Table>
+void deleteSome(Table const& table, Number pick) {
+    if constexpr (requires(Table mutableTable) { mutableTable.entryDelAll(); }) {
+        if (auto const key = keyIn(table, pick)) const_cast<Table&>(table).entryDel(*key);
+    }
+}
+
+constexpr std::uint32_t writes = 15;  // the other kinds are deletions
+
+/// A row stands where there is no reason for it, says something else, or goes from a table that
+/// `deleteSome` cannot reach.
+void writeSome(Agent::SurvivingTables const& tables, std::uint32_t kind, Number pick) {
+    auto const id = policyIdAt(pick);
+    SrTePolicy::SegmentListId const list(500 + pick % 8);
+    auto& statuses = *tables.segmentListStatus;
+    auto& policies = *tables.ecPolicy;
     switch (kind) {
-        case 0:
-            if (auto const id = keyIn(tables.exportedLists->segmentList(), pick)) {
-                tables.exportedLists->segmentListDel(*id);
-            }
-            break;
+        case 0: statuses.statusIs(list, SegmentListResolveError::noError); break;
         case 1:
-            if (auto const id = keyIn(status.status(), pick)) status.statusDel(*id);
+            if (auto const some = keyIn(statuses.status(), pick)) {
+                statuses.statusIs(*some, SegmentListResolveError(1 + pick % 3));
+            }
             break;
         case 2:
-            if (auto const id = keyIn(status.status(), pick)) {
-                status.statusIs(*id, SegmentListResolveError(1 + pick % 3));
+            if (auto const some = keyIn(statuses.statusWithSbfd(), pick)) {
+                statuses.statusWithSbfdIs(*some, SegmentListResolveError(1 + pick % 4));
             }
             break;
-        case 3:
-            if (auto const id = keyIn(tables.segmentListTunnels->entry(), pick)) {
-                tables.segmentListTunnels->entryDel(*id);
+        case 3: tables.segmentListTunnels->entryIs({list.getTunnelId(), {}}); break;
+        case 4: tables.selectionInput->policyIdEntryIs({id, {}, {}}); break;
+        case 5:
+            if (auto const some = keyIn(tables.selectionInput->policyIdEntry(), pick)) {
+                tables.selectionInput->policyIdEntryDel(*some);
             }
             break;
-        case 4: status.statusIs(stray, SegmentListResolveError::noError); break;
-        default:
-            tables.segmentListTunnels->entryIs(
-                Tunnel::TunnelTable::SrTeSegmentListTunnelTableEntry(stray.getTunnelId(), {}));
-            break;
-    }
-}
-
-void damageChoice(Agent::SurvivingTables const& tables, std::uint32_t kind, std::uint32_t pick) {
-    auto const id = policyIdAt(pick);
-    auto const key = keyIn(tables.ecPolicy->policy(), pick);
-    switch (kind) {
-        case 6:
-            if (auto const row = keyIn(tables.selectionInput->policyIdEntry(), pick)) {
-                tables.selectionInput->policyIdEntryDel(*row);
-            }
-            break;
+        case 6: policies.policyIs(id.key); break;
         case 7:
-            tables.selectionInput->policyIdEntryIs(SrTePolicy::PolicyIdEntry(id, {}, {}));
+            if (auto const some = keyIn(policies.policy(), pick)) policies.policyDel(*some);
             break;
         case 8:
-            if (key) tables.ecPolicy->policyDel(*key);
-            break;
-        case 9:
-            if (key && !tables.ecPolicy->policy(*key)->candidates().empty()) {
-                tables.ecPolicy->candidateDel(
-                    PolicyId(tables.ecPolicy->policy(*key)->candidates().front().policyId));
+            if (auto const some = keyIn(policies.policy(), pick)) {
+                auto const candidates = policies.policy(*some)->candidates();
+                if (!candidates.empty()) policies.candidateDel(candidates.front().policyId);
             }
             break;
-        default: tables.ecPolicy->policyIs(id.key); break;
-    }
-}
-
-void damagePublication(Agent::SurvivingTables const& tables, std::uint32_t kind,
-                       std::uint32_t pick) {
-    Mpls::LfibWriter routes(tables.bindingSidLfib);
-    switch (kind) {
-        case 11:
-            if (auto const key = keyIn(tables.policyStatus->policyStatusEntry(), pick)) {
-                tables.policyStatus->policyStatusEntryDel(*key);
-            }
-            break;
+        case 9: tables.policyStatus->fecIdToPolicyKeyIs(strayFec(pick), id.key); break;
+        case 10: tables.forwarding->fecCommit(Pooltab::Fib::Fec(strayFec(pick))); break;
+        case 11: Mpls::LfibWriter(tables.bindingSidLfib).lfibRouteIs(strayRoute(pick)); break;
         case 12:
-            if (auto const fecId = keyIn(tables.policyStatus->fecIdToPolicyKey(), pick)) {
-                tables.policyStatus->fecIdToPolicyKeyDel(*fecId);
-            }
+            tables.policyTunnels->entryIs({TunnelId::make(TunnelType::srTePolicy, pick), {}, 1, 1});
             break;
         case 13:
-            tables.policyStatus->fecIdToPolicyKeyIs(strayFec(pick), policyIdAt(pick).key);
-            break;
-        case 14:
-            if (auto const fecId = keyIn(tables.forwarding->fec(), pick)) {
-                tables.forwarding->fecDel(*fecId);
-            }
-            break;
-        case 15: tables.forwarding->fecCommit(Pooltab::Fib::Fec(strayFec(pick))); break;
-        case 16:
-            if (pick % 2) {
-                routes.lfibRouteIs(strayRoute(pick));
-            } else if (auto const key = keyIn(tables.bindingSidLfib->rows(), pick)) {
-                routes.lfibRouteDel(*key);
-            }
+            tables.bfdSessions->sessionIs(Agent::sbfdSession(list, Bfd::BfdDiscriminator(7)), {});
             break;
         default:
-            if (auto const id = keyIn(tables.policyTunnels->entry(), pick)) {
-                tables.policyTunnels->entryDel(*id);
-            } else {
-                tables.policyTunnels->entryIs(
-                    {TunnelId::make(TunnelType::srTePolicy, pick), {}, 1, 1});
-            }
+            tables.nextHopTunnels->nhToTunnelMapIs(Gribi::NextHopId(pick), list.getTunnelId());
             break;
     }
 }
@@ -131,15 +92,11 @@ void damagePublication(Agent::SurvivingTables const& tables, std::uint32_t kind,
 
 void damage(Agent::SurvivingTables const& tables, std::uint32_t kind, std::uint32_t pick) {
     kind %= damageCount;
-    if (kind < 6) {
-        damageLists(tables, kind, pick);
-    } else if (kind < 11) {
-        damageChoice(tables, kind, pick);
-    } else if (kind < 18) {
-        damagePublication(tables, kind, pick);
-    } else {
-        damageService(tables, kind - 18, pick);
-    }
+    if (kind < writes) return writeSome(tables, kind, pick);
+    auto left = kind - writes;
+    forEachSurvivingTable(tables, [&](auto*, auto const& table, auto const&) {
+        if (left-- == 0) deleteSome(table, pick);
+    });
 }
 
 }  // namespace Sim

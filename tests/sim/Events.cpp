@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <iterator>
 
-#include "tests/sim/Damage.h"
-#include "tests/sim/Services.h"
+#include "agent/ScenarioValues.h"
+#include "tests/sim/TableWalk.h"
 #include "tests/sim/Universe.h"
 #include "tests/sim/Words.h"
 
@@ -14,51 +12,13 @@ namespace Sim {
 
 namespace {
 
-constexpr std::array<std::string_view, kindCount> kindNames{"candidate",
-                                                            "candidateGone",
-                                                            "source",
-                                                            "policy",
-                                                            "route",
-                                                            "routeGone",
-                                                            "tiLfa",
-                                                            "tiLfaGone",
-                                                            "srlb",
-                                                            "depth",
-                                                            "specifiedBsidOnly",
-                                                            "coloredRib",
-                                                            "coloredRibPreference",
-                                                            "tieBreaking",
-                                                            "clog",
-                                                            "yield",
-                                                            "wait",
-                                                            "crash",
-                                                            "start",
-                                                            "restart",
-                                                            "stop",
-                                                            "damage",
-                                                            "sbfd",
-                                                            "bfd",
-                                                            "peer",
-                                                            "counter",
-                                                            "nextHop",
-                                                            "nextHopGone",
-                                                            "group",
-                                                            "groupGone",
-                                                            "label",
-                                                            "labelGone",
-                                                            "gribi",
-                                                            "agent"};
-
-std::string_view nameOf(Kind kind) {
-    return kindNames[static_cast<std::size_t>(kind)];
-}
-
-std::optional<std::uint32_t> numberIn(std::string_view word) {
-    std::uint32_t number = 0;
-    auto const end = word.data() + word.size();
-    auto const [last, error] = std::from_chars(word.data(), end, number);
-    if (error != std::errc() || last != end) return std::nullopt;
-    return number;
+/// In the order of `Kind`.
+std::vector<std::string_view> const& kindNames() {
+    static auto const names = Agent::splitAtBlanks(
+        "candidate route tiLfa nextHop group label policy sbfd "
+        "srlb depth specifiedBsidOnly coloredRib coloredRibPreference tieBreaking bfd gribi agent "
+        "source peer counter clog yield wait crash start restart stop damage");
+    return names;
 }
 
 /// The part before `separator`, which `text` loses with it.
@@ -70,99 +30,121 @@ std::string_view cut(std::string_view& text, char separator) {
 }
 
 std::optional<Event> parseEvent(std::string_view text) {
-    Event event;
-    int word = 0;
-    while (!text.empty()) {
-        auto part = cut(text, ' ');
-        if (part.empty()) continue;
-        if (word++ == 0) {
-            auto const kind = std::find(kindNames.begin(), kindNames.end(), part);
-            if (kind == kindNames.end()) return std::nullopt;
-            event.kind = static_cast<Kind>(kind - kindNames.begin());
-            continue;
-        }
-        bool const steps = part.front() == '/';
-        auto const number = numberIn(steps ? part.substr(1) : part);
-        if (!number) return std::nullopt;
-        if (steps) {
-            event.steps = static_cast<std::uint8_t>(*number);
-        } else {
-            (word == 2 ? event.place : event.content) = *number;
-        }
+    auto const words = Agent::splitAtBlanks(cut(text, '/'));
+    auto const steps = text.empty() ? Event::allSteps : Agent::parseNumber(text, 0, 254);
+    auto const number = [&words](std::size_t at) {
+        return at < words.size() ? Agent::parseNumber(words[at], 0, 0xFFFFFFFF) : 0;
+    };
+    if (words.empty() || words.size() > 3 || !number(1) || !number(2) || !steps) {
+        return std::nullopt;
     }
-    if (word == 0) return std::nullopt;
-    return event;
+    auto const kind = std::ranges::find(kindNames(), words[0]);
+    if (kind == kindNames().end()) return std::nullopt;
+    return Event{static_cast<Kind>(kind - kindNames().begin()), static_cast<Number>(*number(1)),
+                 static_cast<Number>(*number(2)), static_cast<std::uint8_t>(*steps)};
 }
 
-/// What an event writes to the inputs through the host's own writer.
-Agent::Step stepOf(Event const& event) {
+/// A row is written, or goes without content.
+template <class Record, class Key>
+void write(Agent::Changes<Record, Key>& changes, Event const& event, Key (*keyAt)(Number),
+           Record (*recordAt)(Number, Number)) {
+    if (event.content == 0) return changes.removed.push_back(keyAt(event.place));
+    changes.written.push_back(recordAt(event.place, event.content - 1));
+}
+
+/// The candidate's policy keeps its settings.
+void writeCandidate(Agent::Step& step, Event const& event, SrTePolicy::Config const& config) {
+    auto const id = policyIdAt(event.place);
+    if (event.content == 0) return step.removedCandidates.push_back(id);
+    auto const* const held = config.policy(id.key);
+    auto const settings = held ? *held : SrTePolicy::StaticPolicy{id.key, {}};
+    auto const entry = entryAt(event.place, event.content - 1);
+    step.policies.written.push_back({{settings, {{{}, entry, {}}}}, {0}});
+}
+
+void writePolicy(Agent::Step& step, Event const& event) {
+    auto const key = policyIdAt(event.place * candidatesOfPolicy).key;
+    bool const goes = event.kind == Kind::policy && event.content == 0;
+    if (goes) return step.policies.removed.push_back(key);
+    auto const settings = event.kind == Kind::sbfd ? settingsAt(event.content) : std::nullopt;
+    step.policies.written.push_back({{{key, settings}, {}}, {}});
+}
+
+/// What an event writes to the inputs through the host's own writer, and to the agent's life.
+Agent::Step stepOf(Event const& event, SrTePolicy::Config const& config) {
     Agent::Step step;
-    auto const place = event.place;
+    auto& gribi = step.gribi;
     auto const content = event.content;
+    bool const odd = content % 2 == 1;
+    bool const enabled = content % 3 != 1;
+    auto const set = [&step](auto const& setting) { step.router.emplace_back(setting); };
     switch (event.kind) {
-        case Kind::candidate: {
-            auto const entry = entryAt(place, CandidateContent(content));
-            Agent::PolicyRecord const policy{{entry.policyId.key, {}}, {{{}, entry, {}}}};
-            step.policies.written.push_back({policy, {0}});
-            break;
-        }
-        case Kind::candidateGone: step.removedCandidates.push_back(policyIdAt(place)); break;
-        case Kind::policy: {
-            auto const key = policyIdAt(place * candidatesOfPolicy).key;
-            if (content % 2) {
-                step.policies.written.push_back({{{key, {}}, {}}, {}});
-            } else {
-                step.policies.removed.push_back(key);
-            }
-            break;
-        }
-        case Kind::route: step.lfib.written.push_back(routeAt(place, content)); break;
-        case Kind::routeGone: step.lfib.removed.push_back(routeKeyAt(place)); break;
-        case Kind::tiLfa: step.tiLfa.written.push_back(tiLfaEntryAt(place, content)); break;
-        case Kind::tiLfaGone: step.tiLfa.removed.push_back(tiLfaAt(place)); break;
-        case Kind::srlb: step.router.emplace_back(srlbAt(content)); break;
-        case Kind::depth: step.router.emplace_back(depthAt(content)); break;
-        case Kind::specifiedBsidOnly:
-            step.router.emplace_back(Agent::SpecifiedBsidOnly{content % 2 == 1});
-            break;
-        case Kind::coloredRib: step.router.emplace_back(Agent::ColoredRib{content % 2 == 1}); break;
+        case Kind::candidate: writeCandidate(step, event, config); break;
+        case Kind::route: write(step.lfib, event, routeKeyAt, routeAt); break;
+        case Kind::tiLfa: write(step.tiLfa, event, tiLfaAt, tiLfaEntryAt); break;
+        case Kind::nextHop: write(gribi.nextHop, event, nextHopIdAt, nextHopAt); break;
+        case Kind::group: write(gribi.nextHopGroup, event, groupIdAt, groupAt); break;
+        case Kind::label: write(gribi.mpls, event, incomingLabelAt, mplsEntryAt); break;
+        case Kind::policy:
+        case Kind::sbfd: writePolicy(step, event); break;
+        case Kind::srlb: set(srlbAt(content)); break;
+        case Kind::depth: set(depthAt(content)); break;
+        case Kind::specifiedBsidOnly: set(Agent::SpecifiedBsidOnly{content % 4 == 3}); break;
+        case Kind::coloredRib: set(Agent::ColoredRib{odd}); break;
         case Kind::coloredRibPreference:
-            step.router.emplace_back(
-                Agent::ColoredRibPreference{static_cast<std::uint8_t>(content)});
+            set(Agent::ColoredRibPreference{static_cast<std::uint8_t>(content)});
             break;
-        case Kind::tieBreaking: step.router.emplace_back(Agent::TieBreaking{content}); break;
-        case Kind::clog: step.clog = content % 2 == 1; break;
+        case Kind::tieBreaking: set(Agent::TieBreaking{content}); break;
+        case Kind::bfd: step.bfd = globalSettingsAt(content); break;
+        case Kind::gribi: gribi.configuration = Agent::GribiConfiguration{enabled}; break;
+        case Kind::agent: set(Agent::AgentEnabled{enabled}); break;
+        case Kind::clog: step.clog = odd; break;
         case Kind::restart: step.life = Agent::Life::restart; break;
         case Kind::start: step.life = Agent::Life::start; break;
         case Kind::stop: step.life = Agent::Life::stop; break;
-        default: return serviceStep(event);
+        default: break;
     }
     return step;
 }
 
-void applyToSource(Event const& event, World& world) {
-    auto const& sources = *world.tables().sources;
+void applyToSource(Event const& event, Agent::Tables const& tables) {
     auto const protocol = protocolAt(event.place);
-    auto const source = sources.policyInput(protocol);
+    auto const source = tables.sources->policyInput(protocol);
     if (!source) return;
     auto const replacement = SrTePolicy::policyInputFactory(protocol);
-    for (auto row = source->policyInputEntry().begin(); row; row.next()) {
-        replacement->policyInputEntryIs(row.value());
+    for (auto const& [id, entry] : each(source->policyInputEntry())) {
+        replacement->policyInputEntryIs(entry);
     }
     switch (event.content % 3) {
         case 0: source->policyInputEntryDelAll(); break;
-        case 1: world.tables().sources->policyInputDel(protocol); break;
-        default: world.tables().sources->policyInputIs(replacement); break;
+        case 1: tables.sources->policyInputDel(protocol); break;
+        default: tables.sources->policyInputIs(replacement); break;
     }
-    world.toldOfWrite();
 }
 
-/// Writing a candidate leaves its policy's settings as they are.
-Agent::Step withSettings(Agent::Step step, SrTePolicy::Config const& config) {
-    for (auto& [policy, written] : step.policies.written) {
-        if (auto const* const held = config.policy(policy.key())) policy.settings = *held;
+/// Mostly the peer of a session of ours. States that we know nothing of belong to others.
+void applyToPeer(Event const& event, Agent::Tables const& tables) {
+    auto& peers = *tables.bfdPeers;
+    auto const session = keyIn(tables.bfdSessions->session(), event.place);
+    if (event.place % 8 == 7) {
+        Bfd::BfdDiscriminator const discriminator(event.content);
+        Bfd::Peer const foreign{L3::VrfName("red"), tiLfaAt(event.place), discriminator};
+        peers.operStateIs(foreign, Bfd::OperState(event.content % 9));
+    } else if (session && event.content % 5 == 4) {
+        peers.operStateDel(session->peer);
+    } else if (session) {
+        peers.operStateIs(session->peer, Bfd::OperState(event.content % 5));
     }
-    return step;
+}
+
+void applyToCounter(Event const& event, Agent::Tables const& tables) {
+    auto& counters = *tables.tunnelCounters;
+    if (event.content % 2) {
+        auto const tunnel = keyIn(tables.segmentListTunnels->entry(), event.place);
+        if (tunnel) counters.tunnelCounterIs(*tunnel, {});
+    } else if (auto const tunnel = keyIn(counters.tunnelCounter(), event.place)) {
+        counters.tunnelCounterDel(*tunnel);
+    }
 }
 
 Agent::Time waitOf(Event const& event, World const& world) {
@@ -174,15 +156,31 @@ Agent::Time waitOf(Event const& event, World const& world) {
     return times[event.content % count];
 }
 
+void happen(Event const& event, World& world) {
+    auto const& tables = world.tables();
+    switch (event.kind) {
+        case Kind::source: applyToSource(event, tables); break;
+        case Kind::peer: applyToPeer(event, tables); break;
+        case Kind::counter: applyToCounter(event, tables); break;
+        case Kind::yield:
+            return world.yieldAfterIs(event.content ? std::optional(event.content) : std::nullopt);
+        case Kind::wait: return world.advance(waitOf(event, world));
+        case Kind::crash: return world.crash();
+        case Kind::damage:
+            if (!world.machines()) damage(world.tablesToDamage(), event.place, event.content);
+            return;
+        default: return world.apply(stepOf(event, *tables.config));
+    }
+    world.toldOfWrite();
+}
+
 }  // namespace
 
 std::string text(Events const& events) {
     std::string all;
     for (auto const& event : events) {
-        if (!all.empty()) all += "; ";
-        all += nameOf(event.kind);
-        if (event.place || event.content) all += ' ' + std::to_string(event.place);
-        if (event.content) all += ' ' + std::to_string(event.content);
+        all += all.empty() ? "" : "; ";
+        all += words(kindNames()[static_cast<std::size_t>(event.kind)], event.place, event.content);
         if (event.steps != Event::allSteps) all += " /" + std::to_string(event.steps);
     }
     return all;
@@ -201,11 +199,9 @@ std::optional<Events> parseEvents(std::string_view text) {
 Events eventsFromBytes(std::span<std::uint8_t const> bytes) {
     Events events;
     for (; bytes.size() >= 4; bytes = bytes.subspan(4)) {
-        Event event;
-        event.kind = static_cast<Kind>(bytes[0] % kindCount);
-        event.place = bytes[1] % candidateCount;
-        event.content = bytes[2] * 257u + bytes[1];
-        event.steps = bytes[3] < 200 ? Event::allSteps : static_cast<std::uint8_t>(bytes[3] - 200);
+        Event event{static_cast<Kind>(bytes[0] % kindCount), bytes[1] % candidateCount, 0};
+        if (bytes[2] >= 64) event.content = bytes[2] * 257u + bytes[1];
+        if (bytes[3] >= 200) event.steps = static_cast<std::uint8_t>(bytes[3] - 200);
         events.push_back(event);
     }
     return events;
@@ -214,49 +210,28 @@ Events eventsFromBytes(std::span<std::uint8_t const> bytes) {
 std::string describe(Event const& event) {
     auto line = text({event});
     line.resize(std::max<std::size_t>(line.size() + 2, 28), ' ');
-    auto const step = stepOf(event);
+    auto const step = stepOf(event, *SrTePolicy::configFactory());
     for (auto const& write : step.policies.written) {
         for (auto const& candidate : write.policy.candidates) line += candidate.entry.stringValue();
     }
-    for (auto const& id : step.removedCandidates) line += id.stringValue();
+    for (auto const& id : step.removedCandidates) line += "without " + id.stringValue();
     for (auto const& route : step.lfib.written) {
-        line += words("route", route.key.topLabel(), "type", route.type, route.viaType);
+        line += words("type", route.type, route.viaType, route.key.topLabel(), "to");
         for (auto const& via : route.mplsVias) line += ' ' + words(via);
         if (!route.extFecVia.fecId.isNone()) line += ' ' + route.extFecVia.fecId.stringValue();
     }
-    for (auto const& key : step.lfib.removed) line += key.stringValue();
+    for (auto const& key : step.lfib.removed) line += "without " + key.stringValue();
     for (auto const& tunnel : step.tiLfa.written) {
-        line += tunnel.tunnelId.stringValue() + ' ' + words(tunnel.primaryVia);
-        if (tunnel.backupVia) line += " backup " + words(*tunnel.backupVia);
+        line += words(tunnel.tunnelId, tunnel.primaryVia);
+        if (tunnel.backupVia) line += words(" backup", *tunnel.backupVia);
     }
     return line;
 }
 
 void apply(Event const& event, World& world) {
-    switch (event.kind) {
-        case Kind::source: applyToSource(event, world); break;
-        case Kind::yield:
-            world.yieldAfterIs(event.content ? std::optional<std::uint64_t>(event.content)
-                                             : std::nullopt);
-            break;
-        case Kind::wait: world.advance(waitOf(event, world)); break;
-        case Kind::crash: world.crash(); break;
-        case Kind::damage:
-            if (!world.machines()) damage(world.tablesToDamage(), event.place, event.content);
-            break;
-        case Kind::peer:
-        case Kind::counter: applyToOtherAgents(event, world); break;
-        case Kind::candidate:
-            world.apply(withSettings(stepOf(event), *world.tables().config));
-            break;
-        default: world.apply(stepOf(event)); break;
-    }
-    if (event.steps == Event::allSteps) {
-        world.settle();
-    } else {
-        for (int step = 0; step < event.steps && world.runOne(); ++step) {
-        }
-    }
+    happen(event, world);
+    if (event.steps == Event::allSteps) return world.settle();
+    for (int step = 0; step < event.steps && world.runOne();) ++step;
 }
 
 }  // namespace Sim

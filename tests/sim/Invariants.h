@@ -7,62 +7,55 @@
 #include <utility>
 #include <vector>
 
+#include "tests/sim/AgainstModel.h"
 #include "tests/sim/Journal.h"
 #include "tests/sim/World.h"
 
 namespace Sim {
 
-// What holds of the tables whenever no task is running, also while the agent is down, unless rows
-// were damaged. Each throws the `Violation` that it is named after.
-void everyRouteLeadsToItsPolicy(Agent::Tables const& tables);
-void fecsAreThoseOfTheStatus(Agent::Tables const& tables);
-void usableListsHaveATunnel(Agent::Tables const& tables);
-void noViaLeadsIntoAnothersTunnel(Agent::Tables const& tables);
-void policyTunnelsLeadIntoLabelFecs(Agent::Tables const& tables);
-/// Holds of an agent that was stopped, and of one at rest without a candidate.
+/// What holds of the tables whenever no task is running, also while the agent is down, unless rows
+/// were damaged. Looks at what was written in the last step alone.
+void tablesAreSound(Agent::Tables const& tables, Journal const& journal);
+/// Likewise of what the machines of gRIBI and S-BFD write, from their start on.
+void servicesAreSound(World const& world, Journal const& journal);
+/// Holds of an agent that was stopped, and of one at rest without a candidate and without gRIBI.
 void nothingIsLeft(Agent::Tables const& tables, Agent::RunTables const& run);
 /// Likewise of what the machines keep to themselves, as far as their dumps tell.
 void nothingIsRemembered(Agent::Machines const& machines);
 
-/// Everything that must hold of a world at each of its steps, read off its tables. Hears of the
-/// steps by itself; to be made before anything happens. Each function that checks is named after
-/// what must hold.
+/// Everything that must hold of a world at each of its steps, and at each rest. Hears of the steps
+/// by itself; to be made before anything happens. Each function that checks throws the `Violation`
+/// that it is named after.
 class Invariants {
 public:
     explicit Invariants(World& world);
 
     Journal& journal() { return journal_; }
-    /// The policies that lost their status, label FEC or route since the last call, if only for a
-    /// moment.
-    std::set<SrTePolicy::PolicyKey> takeWithdrawn() { return std::exchange(everWithdrawn_, {}); }
+    /// How often the tables were compared with the model.
+    std::uint64_t comparisons() const { return model_.comparisons(); }
 
 private:
     using Key = SrTePolicy::PolicyKey;
     using Time = Agent::Time;
     using FecId = Pooltab::Fib::FecId;
-    struct FecWrite {
-        std::set<std::uint64_t>& table;
-        std::uint64_t number;
-        bool present;
-    };
 
     void handle(Did did);
-    void agentBegan();
+    void prepare(Did did);
     void check(Did did);
-    void checkServices() const;
+    void agentBegan();
     bool rowsAwaitThePoll() const;
     void rested();
-    bool changed(std::initializer_list<Written> tables) const;
+    std::map<Wirex::MplsLabel, Key> holders() const;
 
     void everyViaLeadsIntoATunnelSoon(Did did);
     void fecNumbersAreTheLowestFree(Did did);
+    std::uint64_t lowestFreeFec();
     void aHolderIsNotDisplaced();
+    void whatCarriesTrafficIsKept() const;
     void aClogHoldsTasksBack();
     void whoWaitsComesBackInATenth();
-    void whatStaysIsKept() const;
     void timesMoveWithTheirCause();
     void anUnchangedRestartWritesNothing() const;
-    void aRestartWithdrawsNothingThatStays() const;
     void workEnds(Did did);
 
     // Inside writes.
@@ -70,26 +63,28 @@ private:
     void watchInputs();
     void watchSource(SrTePolicy::Protocol protocol);
     void receivedAll(SrTePolicy::Protocol protocol);
-    void fecWritten(std::set<std::uint64_t>& table, FecId id, bool present);
-    void listExported(SrTePolicy::SegmentListId id);
-    void statusWritten(Key const& key);
+    void listAdded(SrTePolicy::SegmentListId id);
+    SrTePolicy::SegmentListId largestNamedList() const;
     void listStatusWritten(SrTePolicy::SegmentListId id);
-    void entryWritten(SrTePolicy::PolicyId const& id);
+    void entryWritten(SrTePolicy::PolicyIdEntry const* before,
+                      SrTePolicy::PolicyIdEntry const* now);
+    void statusWritten(SrTePolicy::PolicyStatusEntry const* before,
+                       SrTePolicy::PolicyStatusEntry const* now);
     void labelFecOrRouteGone(auto const& isOf);
-    void usabilityWritten(Key const& key);
-    bool isUsable(Key const& key, SrTePolicy::SegmentListId id) const;
+    void wishWritten(SrTePolicy::PolicyIdEntry const& entry);
+    void usabilityWritten();
     bool carriesTraffic(Key const& key, Wirex::MplsLabel bindingSid) const;
-    void forgetUnnamedLists();
+    bool isUsable(Key const& key, SrTePolicy::SegmentListId id) const;
 
     World& world_;
     Journal journal_;
+    AgainstModel model_;
     Watches watches_;
     std::map<SrTePolicy::Protocol, Watches> sourceWatches_;
     std::string failure_;  // found inside a notification; thrown after the step
 
-    std::array<std::uint64_t, writtenCount> writesBefore_{};
     std::optional<std::uint64_t> unchangedSince_;  // the writes at a crash out of rest
-    bool restarting_ = false;  // from rest to rest, inputs changing only between
+    std::uint64_t writesAtRest_ = 0;
     bool atRest_ = false;
     std::uint64_t runsAtOnce_ = 0;
     std::optional<std::uint64_t> yieldAfter_;
@@ -97,15 +92,14 @@ private:
 
     std::map<std::pair<FecId, Tunnel::TunnelTable::TunnelId>, std::uint64_t> gaps_;
     std::map<Wirex::MplsLabel, Key> holders_;
-    std::vector<FecWrite> fecWrites_;
-    std::set<std::uint64_t> fecs_, fecIndex_;
+    std::vector<std::pair<std::uint64_t, int>> fecChanges_;  // of `fecUses_`, in the last step
+    std::map<std::uint64_t, int> fecUses_;                   // the tables that name a number
     std::map<std::uint64_t, Time> heldBack_;
-    std::map<SrTePolicy::SegmentListId, SrTePolicy::Export::SegmentList> lists_;
+    SrTePolicy::SegmentListId largestList_;
+    std::uint64_t lists_ = 0;  // that there ever were
 
-    std::map<Key, SrTePolicy::PolicyStatusEntry> status_;
-    std::map<SrTePolicy::PolicyId, SrTePolicy::PolicyIdEntry> entries_;
-    std::map<Key, Wirex::MplsLabel> kept_;  // with the same binding SID since the last rest
-    std::set<Key> withdrawn_, everWithdrawn_;
+    std::map<Key, Wirex::MplsLabel> kept_;  // carrying traffic since the last rest
+    std::set<Key> withdrawn_;               // since the last rest, if only for a moment
     std::map<SrTePolicy::PolicyId, Time> receivedAt_;
     std::map<SrTePolicy::PolicyId, double> creationTimes_;
 };

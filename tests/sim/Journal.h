@@ -1,46 +1,57 @@
 #pragma once
 
-#include <array>
+#include <concepts>
 #include <cstdint>
+#include <initializer_list>
+#include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
+#include <string_view>
+#include <utility>
 #include <vector>
 
-#include "tests/sim/Watches.h"
 #include "tests/sim/World.h"
+#include "tests/support/Watch.h"
 
 namespace Sim {
 
-/// The tables that machines write. Those up to `lastSurviving` outlive an agent.
-enum class Written : std::uint8_t {
-    exportedList,
-    listStatus,
-    listTunnel,
-    selectionInput,
-    ecPolicy,
-    policyStatus,
-    fecIndex,
-    fec,
-    policyTunnel,
-    route,
-    combinedStatus,
-    sbfdConfig,
-    session,
-    tunnelMap,
-    nextHopTunnel,
-    group,
-    gribiRoute,
-    lastSurviving = gribiRoute,
-    verdict,
-    listUsers,
-    segmentStatus
+/// Watches that live and die together.
+class Watches {
+public:
+    /// `told(key)` is called inside every notification of `subject`.
+    template <class Key, class Told>
+    void add(Quor::Subject<Key> const& subject, Told told) {
+        all_.push_back(std::make_shared<Watch<Key>>(subject, std::move(told)));
+    }
+    /// `told(key, before, now)` is called with what `content` gives of the row, and with what it
+    /// gave when this was told of the row before; null while there is no row. The table is empty.
+    template <class Table, class Key, class Content, class Told>
+    void addRows(Table const& table, Quor::Subject<Key> const& subject, Content content,
+                 Told told) {
+        using Row = std::decay_t<decltype(content(std::declval<typename Table::Value const&>()))>;
+        add(subject, [&table, content, told, rows = std::map<Key, Row>()](Key const& key) mutable {
+            auto const* const row = table.find(key);
+            auto const known = rows.find(key);
+            auto* const before = known == rows.end() ? nullptr : &known->second;
+            if (!row) {
+                told(key, before, static_cast<Row const*>(nullptr));
+                rows.erase(key);
+                return;
+            }
+            Row const now = content(*row);
+            told(key, before, &now);
+            rows.insert_or_assign(key, now);
+        });
+    }
+    void clear() { all_.clear(); }
+
+private:
+    std::vector<std::shared_ptr<void>> all_;
 };
-inline constexpr std::size_t writtenCount = 20;
 
 /// Everything that the machines of a world write, as it happens: counted, and hashed into the trace
-/// of the run.
+/// of the run. Tables go by the names that `forEachSurvivingTable` has for them; the agent's own
+/// are "verdict" and "list-users".
 class Journal {
 public:
     explicit Journal(World const& world);
@@ -49,30 +60,28 @@ public:
     void agentBegan();
     void agentGone() { runWatches_.clear(); }
 
-    std::uint64_t writes(Written table) const { return counts_[static_cast<std::size_t>(table)]; }
-    std::uint64_t survivingWrites() const;
-    /// Of everything written and logged so far.
-    std::uint64_t hash();
+    std::uint64_t writes() const { return writes_; }
+    std::uint64_t survivingWrites() const { return survivingWrites_; }
+    /// Whether one of the tables was written since `stepDone`.
+    bool wrote(std::initializer_list<char const*> tables) const;
+    void stepDone();
     /// The first notification that told of no change: its table and key, or nothing.
     std::string const& idleWrite() const { return idleWrite_; }
-    /// Whether a row has gone and come back since `noReturnsUntilNow`.
-    bool returned(Written table) const { return returned_[static_cast<std::size_t>(table)]; }
-    void noReturnsUntilNow();
+    /// Of everything written and logged so far.
+    std::uint64_t hash();
 
 private:
     template <class Table, class Key>
-    void note(Watches& watches, Written name, Table const& table,
+    void note(Watches& watches, std::string const& name, Table const& table,
               Quor::Subject<Key> const& subject);
-    void wrote(Written name, std::uint64_t key, std::uint64_t value, bool mayBeEqual);
+    void wrote(std::string const& table, std::string const& key, bool present, bool changed);
 
     World const& world_;
-    std::array<std::uint64_t, writtenCount> counts_{};
+    std::uint64_t writes_ = 0, survivingWrites_ = 0;
+    std::map<std::string, bool, std::less<>> wrote_;  // by table, since the last step
     std::uint64_t hash_ = 0;
     std::size_t messages_ = 0;
     std::string idleWrite_;
-    std::array<std::unordered_set<std::uint64_t>, writtenCount> gone_;  // by key
-    std::array<bool, writtenCount> returned_{};
-    std::array<std::unordered_map<std::uint64_t, std::uint64_t>, writtenCount> last_;  // by key
     Watches watches_, runWatches_;
 };
 

@@ -3,48 +3,21 @@
 #include <algorithm>
 #include <chrono>
 
+#include "tests/sim/TableWalk.h"
+
 namespace Sim {
 
 namespace {
 
 using namespace std::chrono_literals;
-
-std::string wish(SrTePolicy::PolicyId const& id, Wirex::MplsLabel bindingSid) {
-    auto const& [key, candidate] = id;
-    return "Endpoint " + key.endpoint.stringValue() + ", color " + std::to_string(key.color) +
-           ", protocol " + protocolEnumToString(candidate.protocol) + ", originator " +
-           candidate.originator.stringValue() + "(AS" + std::to_string(candidate.originatorAs) +
-           "), discriminator " + std::to_string(candidate.discriminator) + " for " +
-           bindingSid.stringValue();
-}
-
-/// Who is refused a binding SID, and who holds it, each with the binding SID.
-struct Conflict {
-    explicit Conflict(Message const& message)
-        : is(message.first == "SRTE_POLICY_CONFLICT_BSID_IN_USE") {
-        auto const& text = message.second;
-        std::string_view const afterRefused = " is unusable, BSID(";
-        std::string_view const afterLabel = ") already present, conflicts with ";
-        auto const refusedEnd = text.find(afterRefused);
-        auto const labelEnd = text.find(afterLabel);
-        if (!is || refusedEnd == text.npos || labelEnd == text.npos) return;
-        auto const labelBegin = refusedEnd + afterRefused.size();
-        auto const label = " for " + text.substr(labelBegin, labelEnd - labelBegin);
-        refused = text.substr(0, refusedEnd) + label;
-        holder = text.substr(labelEnd + afterLabel.size()) + label;
-    }
-
-    bool is;
-    std::string refused, holder;
-};
+using Expected::Message;
 
 bool isAboutDepth(Message const& message) {
     return message.first.starts_with("SRTE_RESOLVED_SEGMENT_LIST");
 }
 
-bool isAboutOneOf(std::map<ListContent, SrTePolicy::SegmentListId> const& lists,
-                  Message const& message) {
-    return std::ranges::any_of(lists, [&message](auto const& list) {
+bool isAboutOneOf(Witnesses const& witnesses, Message const& message) {
+    return std::ranges::any_of(witnesses.listId, [&message](auto const& list) {
         return message.second.find("(ID " + list.second.stringValue() + ')') != std::string::npos;
     });
 }
@@ -53,9 +26,8 @@ bool isAboutOneOf(std::map<ListContent, SrTePolicy::SegmentListId> const& lists,
 /// they ask, not when it passes from one to another.
 std::set<Message> topics(std::set<Message> const& messages) {
     std::set<Message> topics;
-    for (auto const& message : messages) {
-        Conflict const conflict(message);
-        topics.insert(conflict.is ? Message(message.first, conflict.refused) : message);
+    for (auto const& [identifier, text] : messages) {
+        topics.emplace(identifier, text.substr(0, text.find("conflicts with")));
     }
     return topics;
 }
@@ -92,63 +64,65 @@ bool Messages::hasRecord(Wirex::MplsLabel label) const {
 
 void Messages::holderSeen(SrTePolicy::PolicyKey const& key) {
     auto const* const entry = world_.tables().policyStatus->policyStatusEntry().find(key);
-    if (entry) holders_.insert(wish({key, entry->candidate}, entry->bindingSid));
+    if (entry) holders_.insert({entry->bindingSid, {key, entry->candidate}});
 }
 
 void Messages::agentBegins() {
+    ++events_;
     begun_ = world_.syslog().records().size();
     emitted_.clear();
     applied_.clear();
 }
 
-void Messages::follow(Witnesses const& witnesses) {
+void Messages::follow(Expected::Outcome const& outcome) {
     ++events_;
-    mayApply_.merge(expectedMessages(world_.tables(), witnesses));
+    mayApply_.merge(Expected::messages(outcome));
     wishesSeen();
 }
 
 void Messages::wishesSeen() {
-    auto const& sources = world_.tables().sources->policyInput();
-    for (auto source = sources.begin(); source; source.next()) {
-        auto const& entries = source.value()->policyInputEntry();
-        for (auto row = entries.begin(); row; row.next()) {
-            wishes_.insert(wish(row.key(), row.value().bindingSid));
+    for (auto const& [protocol, source] : each(world_.tables().sources->policyInput())) {
+        for (auto const& [id, entry] : each(source->policyInputEntry())) {
+            wishes_.insert({entry.bindingSid, id});
         }
     }
 }
 
-void Messages::check(Witnesses const& witnesses) {
+void Messages::check(Expected::Outcome const& outcome) {
+    auto applying = Expected::messages(outcome);
+    mayApply_.insert(applying.begin(), applying.end());
     auto const& records = world_.syslog().records();
     for (; checked_ < records.size(); ++checked_) {
         auto const& record = records[checked_];
         Message const message(record.message->identifier(), record.text);
-        checkDue(message, witnesses);
+        hold(isDue(message, outcome.witnesses), "everyMessageIsDue: not", message.first,
+             message.second);
         if (checked_ >= begun_) emitted_[message] = record.at;
     }
-    auto applying = expectedMessages(world_.tables(), witnesses);
     checkComes(applying);
 
     events_ = 0;
-    checkedAt_ = world_.now();
     mayApply_ = applying;
     applied_ = std::move(applying);
     wishes_.clear();
     wishesSeen();
     holders_.clear();
-    auto const& entries = world_.tables().policyStatus->policyStatusEntry();
-    for (auto row = entries.begin(); row; row.next()) holderSeen(row.key());
+    for (auto const& [key, entry] : each(world_.tables().policyStatus->policyStatusEntry())) {
+        holderSeen(key);
+    }
 }
 
-void Messages::checkDue(Message const& message, Witnesses const& witnesses) const {
-    Conflict const conflict(message);
+bool Messages::isDue(Message const& message, Witnesses const& witnesses) const {
+    if (mayApply_.contains(message)) return true;
     // A list outlives its candidate by a step or more, and may meet a depth that the other never
     // saw.
-    bool const mayBeOutlived =
-        isAboutDepth(message) && (events_ > 1 || !isAboutOneOf(witnesses.listId, message));
-    bool const due = conflict.is
-                         ? wishes_.contains(conflict.refused) && holders_.contains(conflict.holder)
-                         : mayApply_.contains(message) || mayBeOutlived;
-    if (!due) throw Violation{"everyMessageIsDue: not " + message.first + ' ' + message.second};
+    if (isAboutDepth(message)) return events_ > 1 || !isAboutOneOf(witnesses, message);
+    return std::ranges::any_of(wishes_, [&](auto const& wish) {
+        return std::ranges::any_of(holders_, [&](auto const& held) {
+            return held.first == wish.first &&
+                   message == Expected::conflict(wish.second, held.second, wish.first);
+        });
+    });
 }
 
 /// One that was sent less than a second before its step ran is held back.
@@ -156,12 +130,12 @@ void Messages::checkComes(std::set<Message> const& applying) const {
     auto const before = topics(applied_);
     std::set<Message> recent;
     for (auto const& [message, at] : emitted_) {
-        if (at > checkedAt_ - 1s) recent.insert(message);
+        if (at > restedAt_ - 1s) recent.insert(message);
     }
     auto const told = topics(recent);
     for (auto const& message : topics(applying)) {
-        if (before.contains(message) || told.contains(message)) continue;
-        throw Violation{"everyMessageComes: not " + message.first + ' ' + message.second};
+        hold(before.contains(message) || told.contains(message), "everyMessageComes: not",
+             message.first, message.second);
     }
 }
 

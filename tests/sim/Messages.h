@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <map>
 #include <set>
 #include <string>
@@ -16,31 +15,34 @@ class Messages {
 public:
     explicit Messages(World const& world);
 
-    /// A run of the agent is about to begin: it tells everything again.
+    /// A run of the agent begins: it tells everything again.
     void agentBegins();
-    /// After every event: what may be told while the agent makes up for it.
-    void follow(Witnesses const& witnesses);
+    /// After every write to the inputs: what may be told while the agent makes up for it.
+    void follow(Expected::Outcome const& outcome);
     /// At rest. Throws a `Violation` when a message did not come although it began to apply, or
     /// came without ever applying.
-    void check(Witnesses const& witnesses);
+    void check(Expected::Outcome const& outcome);
+    /// At every rest, whether anything was checked or not.
+    void rested() { restedAt_ = world_.now(); }
 
 private:
     void isToldAgain(std::string_view identifier, std::string_view text);
     bool hasRecord(Wirex::MplsLabel label) const;
     void wishesSeen();
     void holderSeen(SrTePolicy::PolicyKey const& key);
-    void checkDue(Message const& message, Witnesses const& witnesses) const;
-    void checkComes(std::set<Message> const& applying) const;
+    bool isDue(Expected::Message const& message, Witnesses const& witnesses) const;
+    void checkComes(std::set<Expected::Message> const& applying) const;
 
     World const& world_;
     Watches watches_;
     int events_ = 0;  // since the last rest
     std::size_t checked_ = 0, begun_ = 0;
-    std::map<Message, Agent::Time> emitted_;  // by this run of the agent
-    std::set<Message> applied_;               // at the last rest
-    std::set<Message> mayApply_;              // since then
-    std::set<std::string> wishes_, holders_;  // for binding SIDs, since then
-    Agent::Time checkedAt_{0};
+    std::map<Expected::Message, Agent::Time> emitted_;  // by this run of the agent
+    std::set<Expected::Message> applied_;               // at the last rest
+    std::set<Expected::Message> mayApply_;              // since then
+    // Who wants a binding SID, and who has it, since then.
+    std::set<std::pair<Wirex::MplsLabel, SrTePolicy::PolicyId>> wishes_, holders_;
+    Agent::Time restedAt_{0};
 };
 
 }  // namespace Sim

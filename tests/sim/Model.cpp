@@ -2,159 +2,187 @@
 
 #include <algorithm>
 
-#include "tests/sim/ModelOutcome.h"
-#include "tests/sim/ModelRows.h"
+#include "tests/sim/TableWalk.h"
 #include "tests/sim/Words.h"
 
-namespace Sim {
+namespace Sim::Expected {
 
 namespace {
 
-using Expected::Candidate;
-using Expected::Outcome;
-using Expected::WeightedList;
+using SrTePolicy::PolicyInputEntry;
+using SrTePolicy::PolicyInvalidReason;
 using SrTePolicy::PolicyKey;
 using Wirex::MplsLabel;
 
-std::string listsInWords(std::vector<WeightedList> const& lists) {
-    std::string text;
-    for (auto const& [list, weight] : lists) {
-        text += words("", list->content, weight);
-    }
-    return text;
+/// A range may end above the labels, and then still holds labels only.
+bool inSrlb(MplsLabel label, Agent::Inputs const& inputs) {
+    auto const* const range = inputs.mplsConfig->labelRange("srlb");
+    if (!range || !label.isReal()) return false;
+    auto const base = std::uint64_t{range->base()};
+    return label.value() >= base && label.value() < base + range->size();
 }
 
-void addInputRows(Rows& rows, Outcome const& outcome) {
-    for (auto const& candidate : outcome.candidates) {
-        auto const& entry = *candidate.entry;
-        auto const id = words(candidate.id());
-        rows.push_back(words("verdict", id, candidate.reason, entry.bindingSid));
-        if (!candidate.valid()) continue;
-        rows.push_back(words("valid", id, entry.preference.value(), entry.originator,
-                             entry.bindingSid, entry.enlp.value(), listsInWords(candidate.lists)));
+bool inUseByOthers(MplsLabel label, Outcome const& outcome) {
+    if (auto const* const route = otherRoute(outcome.inputs, label)) {
+        return route->source != Mpls::LFib::Source::srTePolicy;
+    }
+    return outcome.gribiRoutes.contains(label);
+}
+
+PolicyInvalidReason verdict(PolicyInputEntry const& entry, Outcome const& outcome) {
+    auto const& lists = entry.segmentList;
+    if (lists.empty()) return PolicyInvalidReason::noSegmentLists;
+    if (entry.bindingSid.isNull()) {
+        if (outcome.inputs.config->specifiedBsidOnly()) return PolicyInvalidReason::bsidMissing;
+    } else if (!inSrlb(entry.bindingSid, outcome.inputs)) {
+        return PolicyInvalidReason::bsidOutOfRange;
+    } else if (inUseByOthers(entry.bindingSid, outcome)) {
+        return PolicyInvalidReason::bsidInUse;
+    }
+    bool const fit = std::ranges::all_of(
+        lists, [](auto const& list) { return canBeInterned(list.labels.stack); });
+    return fit ? PolicyInvalidReason::usable : PolicyInvalidReason::noSegmentLists;
+}
+
+/// Only the lists of valid candidates live.
+void take(PolicyInputEntry const& entry, Outcome& outcome) {
+    if (entry == PolicyInputEntry(entry.policyId)) return;  // it says that there is none
+    auto& candidate = outcome.candidates.emplace_back();
+    candidate.entry = &entry;
+    candidate.reason = verdict(entry, outcome);
+    if (!candidate.valid()) return;
+    for (auto const& [labels, weight] : entry.segmentList) {
+        auto& list = outcome.lists[ListContent{entry.policyId, labels.stack, {}}];
+        candidate.lists.push_back({&list, weight});
     }
 }
 
-/// A policy's list is used by its own candidate alone.
-void addListRows(Rows& rows, Agent::Inputs const& inputs, Outcome const& outcome) {
-    for (auto const& [content, list] : outcome.lists) {
-        auto const name = words(content);
-        rows.push_back(words("list", name));
-        if (content.isOfPolicy()) {
-            rows.push_back(words("user of", name, "is", content.policyId));
-            addSbfdRows(rows, inputs, list);
+/// Below zero when `a` is the lower originator: AS first, then the address as a number of 128 bits,
+/// then its family.
+int compare(SrTePolicy::Originator const& a, SrTePolicy::Originator const& b) {
+    if (a.as != b.as) return a.as < b.as ? -1 : 1;
+    auto const& [x, y] = std::pair(a.address.bytes(), b.address.bytes());
+    if (x != y) return x < y ? -1 : 1;
+    return static_cast<int>(a.address.family()) - static_cast<int>(b.address.family());
+}
+
+/// The higher preference, the higher protocol, the lower originator, the higher discriminator; of
+/// equal ones the lower originator of the identity.
+bool isBetter(Candidate const* a, Candidate const* b) {
+    auto const& x = *a->entry;
+    auto const& y = *b->entry;
+    auto const& p = x.policyId.candidate;
+    auto const& q = y.policyId.candidate;
+    if (x.preference != y.preference) return x.preference.value() > y.preference.value();
+    if (p.protocol != q.protocol) return p.protocol > q.protocol;
+    if (auto const order = compare(x.originator, y.originator)) return order < 0;
+    if (p.discriminator != q.discriminator) return p.discriminator > q.discriminator;
+    return compare({p.originator, p.originatorAs}, {q.originator, q.originatorAs}) < 0;
+}
+
+void select(Outcome& outcome) {
+    for (auto& candidate : outcome.candidates) {
+        std::ranges::copy_if(
+            candidate.lists, std::back_inserter(candidate.usable),
+            [](auto const& list) { return list.list->usable() && !list.list->sessionDown; });
+        if (candidate.usable.empty()) continue;
+        outcome.policies[candidate.id().key].candidates.push_back(&candidate);
+    }
+    for (auto& [key, policy] : outcome.policies) std::ranges::sort(policy.candidates, isBetter);
+}
+
+constexpr std::size_t maxVias = 600;
+
+/// A FEC takes no more vias, and none of weight 0.
+bool isPublishable(Candidate const& active) {
+    auto const& lists = active.usable;
+    return lists.size() <= maxVias &&
+           std::ranges::all_of(lists, [](auto const& list) { return list.weight > 0; });
+}
+
+/// Who came first; one that does not want the binding SID cannot have it.
+PolicyKey holderOf(MplsLabel bindingSid, std::vector<PolicyKey> const& claimants,
+                   Outcome& outcome) {
+    auto const& holders = outcome.witnesses.bindingSidHolder;
+    auto const holder = holders.find(bindingSid);
+    if (holder != holders.end() && std::ranges::count(claimants, holder->second)) {
+        return holder->second;
+    }
+    outcome.unwarranted.push_back(words("binding SID", bindingSid, "is with none that wants it"));
+    return claimants.front();
+}
+
+void publish(Outcome& outcome) {
+    std::map<MplsLabel, std::vector<PolicyKey>> claims;
+    for (auto& [key, policy] : outcome.policies) {
+        policy.published = isPublishable(policy.active());
+        auto const bindingSid = policy.bindingSid();
+        if (policy.published && !bindingSid.isNull()) claims[bindingSid].push_back(key);
+    }
+    for (auto const& [bindingSid, claimants] : claims) {
+        auto const holder = holderOf(bindingSid, claimants, outcome);
+        outcome.bindingSidHolder[bindingSid] = holder;
+        for (auto const& key : claimants) {
+            auto& policy = outcome.policies[key];
+            policy.refused = key != holder;
+            policy.published = key == holder;
         }
-        if (list.resolution) rows.push_back(words("status of", name, list.resolution->error));
-        if (!list.usable()) continue;
-        rows.push_back(words("tunnel of", name));
-        for (auto const& via : list.resolution->tunnelVias) rows.back() += words("", via);
     }
 }
 
-void addSegmentRows(Rows& rows, Agent::Inputs const& inputs, Outcome const& outcome) {
-    std::set<MplsLabel> labels;
-    for (auto const& [content, list] : outcome.lists) {
-        labels.insert(content.labels.begin(), content.labels.end());
-    }
-    for (auto const label : labels) {
-        auto const record = Expected::segment(inputs, outcome, label);
-        if (!record) continue;
-        auto const& fec = record->extFecVia;
-        rows.push_back(words("segment", label, record->viaType, record->overTiLfa ? "TI-LFA" : "-",
-                             fec.fecId.value(), fec.labelAction));
-        for (auto const& via : record->vias) rows.back() += words("", via);
-    }
-}
-
-void addSelectionRows(Rows& rows, Outcome const& outcome) {
-    for (auto const& [key, policy] : outcome.policies) {
-        rows.push_back(words("active of", key, policy.active().id()));
-        std::uint32_t rank = 0;
-        for (auto const* const candidate : policy.candidates) {
-            auto const& entry = *candidate->entry;
-            auto const& id = entry.policyId;
-            rows.push_back(words("candidate of", key, ++rank, id, entry.preference.value(),
-                                 id.candidate.protocol, entry.originator,
-                                 id.candidate.discriminator, entry.bindingSid, entry.enlp.value(),
-                                 listsInWords(candidate->usable)));
-        }
-    }
-}
-
-/// A FEC by its policy and its traffic. That without explicit null serves what has none of its own.
-struct FecNames {
-    std::string label, v4, v6;
-
-    FecNames(PolicyKey const& key, Expected::ExplicitNull apart) {
-        auto const owner = words("FEC of", key, "for ");
-        label = owner + "label" + (apart.v4 ? "" : "+v4") + (apart.v6 ? "" : "+v6");
-        if (apart.v4) v4 = owner + "v4";
-        if (apart.v6) v6 = owner + "v6";
-    }
-};
-
-void addFecRows(Rows& rows, std::string const& name, Candidate const& active, MplsLabel label) {
-    if (name.empty()) return;
-    rows.push_back(words("index of", name, "is", active.id().key));
-    rows.push_back(name);
-    for (auto const& [list, weight] : active.usable) {
-        rows.back() += words("", list->content, weight, label);
-    }
-}
-
-/// The route of a binding SID and the colored RIB lead to the FEC without explicit null.
-void addPublishedRows(Rows& rows, Agent::Inputs const& inputs, Candidate const& active) {
-    auto const& key = active.id().key;
-    auto const& entry = *active.entry;
-    auto const& config = *inputs.config;
-    FecNames const fecs(key, Expected::explicitNull(key, entry.enlp));
-
-    rows.push_back(words("published", key, active.id().candidate, entry.bindingSid));
-    addFecRows(rows, fecs.label, active, {});
-    addFecRows(rows, fecs.v4, active, MplsLabel(0));
-    addFecRows(rows, fecs.v6, active, MplsLabel(2));
-    if (config.coloredRib()) {
-        auto const length = key.endpoint.isV4() ? 32u : key.endpoint.isV6() ? 128u : 0u;
-        rows.push_back(
-            words("colored RIB", key, length, config.coloredRibPreference(), fecs.label));
-    }
-    if (entry.bindingSid.isNull()) return;
-    // Source 24, metric 1, via type 10; the label is taken off (1) whatever lies below (5).
-    rows.push_back(words("route of", entry.bindingSid, "24 1 10 1 5", fecs.label));
-}
-
-/// A route of another application wins over one of gRIBI's, and that over a policy's.
-void addMergedRows(Rows& rows, Agent::Inputs const& inputs, Outcome const& outcome) {
-    for (auto row = inputs.otherLfib->rows().begin(); row; row.next()) {
-        rows.push_back(words("merged", row.key().topLabel(), "theirs"));
-    }
-    for (auto const& [label, group] : outcome.gribiRoutes) {
-        if (!Expected::otherRoute(inputs, label)) rows.push_back(words("merged", label, "gRIBI's"));
-    }
-    for (auto const& [label, holder] : outcome.bindingSidHolder) {
-        bool const beaten =
-            Expected::otherRoute(inputs, label) || outcome.gribiRoutes.contains(label);
-        if (!beaten) rows.push_back(words("merged", label, "ours"));
+/// A list whose top label has a route of ours has a record to resolve over, but never becomes
+/// usable by it: so this comes last.
+void resolveOverOwnRoutes(Outcome& outcome) {
+    for (auto& [content, list] : outcome.lists) {
+        if (outcome.bindingSidHolder.contains(content.labels.label(0))) resolve(list, outcome);
     }
 }
 
 }  // namespace
 
-Rows expectedRows(Agent::Inputs const& inputs, Witnesses const& witnesses) {
-    auto const outcome = Expected::outcome(inputs, witnesses);
-    auto rows = outcome.unwarranted;
-    addInputRows(rows, outcome);
-    addListRows(rows, inputs, outcome);
-    addTunnelMapRows(rows, inputs, outcome, witnesses);
-    addGribiRows(rows, outcome);
-    addSegmentRows(rows, inputs, outcome);
-    addSelectionRows(rows, outcome);
-    for (auto const& [key, policy] : outcome.policies) {
-        if (policy.published) addPublishedRows(rows, inputs, policy.active());
+Outcome::Outcome(Agent::Inputs const& from, Witnesses history)
+    : inputs(from), witnesses(std::move(history)) {
+    takeGribi(*this);
+    for (auto const& [protocol, source] : each(inputs.sources->policyInput())) {
+        for (auto const& [id, entry] : each(source->policyInputEntry())) take(entry, *this);
     }
-    addMergedRows(rows, inputs, outcome);
-    std::sort(rows.begin(), rows.end());
-    return rows;
+    for (auto& [content, list] : lists) {
+        list.content = content;
+        resolve(list, *this);
+        list.sessionDown = Expected::sessionDown(*this, content);
+    }
+    select(*this);
+    publish(*this);
+    resolveOverOwnRoutes(*this);
 }
 
-}  // namespace Sim
+bool canBeInterned(Wirex::BoundedMplsLabelStack const& labels) {
+    if (labels.size() > SrTePolicy::Export::SegmentList::maxSize) return false;
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+        if (!labels.label(i).isReal()) return false;
+    }
+    return true;
+}
+
+/// Only a policy's list may lead over a protected label.
+void resolve(List& list, Outcome const& outcome) {
+    auto const& labels = list.content.labels;
+    auto const top = labels.empty() ? std::nullopt : segment(outcome, labels.label(0));
+    list.resolution.reset();
+    if (!top || (top->overTiLfa && !list.content.isOfPolicy())) return;
+    list.resolution = resolution(labels, *top, outcome.inputs);
+}
+
+Mpls::ConsolidatedLfibRoute const* otherRoute(Agent::Inputs const& inputs, MplsLabel label) {
+    return inputs.otherLfib->consolidatedRoute(Mpls::RouteKey::fromLabel(label));
+}
+
+std::optional<Segment> segment(Outcome const& outcome, MplsLabel label) {
+    if (auto const* const route = otherRoute(outcome.inputs, label)) return segmentOf(route);
+    bool const own =
+        outcome.gribiRoutes.contains(label) || outcome.bindingSidHolder.contains(label);
+    if (!own) return std::nullopt;
+    return Segment{Mpls::LfibViaType::extFec, {}, {}, false};
+}
+
+}  // namespace Sim::Expected

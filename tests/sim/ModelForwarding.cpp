@@ -1,6 +1,4 @@
-#include "tests/sim/ModelForwarding.h"
-
-#include <set>
+#include "tests/sim/Model.h"
 
 namespace Sim::Expected {
 
@@ -114,7 +112,7 @@ std::vector<MplsVia> viasBelow(Segment const& top) {
 
 }  // namespace
 
-std::optional<Segment> segment(Mpls::ConsolidatedLfibRoute const* route) {
+std::optional<Segment> segmentOf(Mpls::ConsolidatedLfibRoute const* route) {
     if (!route || route->type == Mpls::LfibRouteType::pseudowire) return std::nullopt;
     switch (route->viaType) {
         case LfibViaType::unset: return std::nullopt;  // no via set
@@ -124,10 +122,10 @@ std::optional<Segment> segment(Mpls::ConsolidatedLfibRoute const* route) {
     return Segment{route->viaType, {}, {}, false};
 }
 
-Resolution resolution(std::span<Wirex::MplsLabel const> labels, Segment const& top,
+Resolution resolution(BoundedMplsLabelStack const& labels, Segment const& top,
                       Agent::Inputs const& inputs) {
-    BoundedMplsLabelStack belowTop;
-    for (auto const label : labels.subspan(1)) belowTop.append(label);
+    auto belowTop = labels;
+    belowTop.pop();
     auto const fecId = top.extFecVia.fecId;
 
     Resolution result;

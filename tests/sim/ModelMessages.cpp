@@ -1,12 +1,9 @@
 #include "tests/sim/Model.h"
-#include "tests/sim/ModelOutcome.h"
 
-namespace Sim {
+namespace Sim::Expected {
 
 namespace {
 
-using Expected::Candidate;
-using Expected::Policy;
 using SrTePolicy::PolicyInvalidReason;
 using SrTePolicy::SegmentListResolveError;
 
@@ -40,51 +37,53 @@ Message invalidMessage(Candidate const& candidate, Agent::Inputs const& inputs) 
 }
 
 /// Nothing for a list within the depth.
-std::optional<Message> depthMessage(Expected::List const& list, Agent::Inputs const& inputs,
-                                    Witnesses const& witnesses) {
+std::optional<Message> depthMessage(List const& list, Outcome const& outcome) {
     auto const error = list.resolution ? list.resolution->error : SegmentListResolveError::unset;
     bool const backup = error == SegmentListResolveError::backupExceedsMsd;
     if (!backup && error != SegmentListResolveError::exceedsMsd) return std::nullopt;
 
-    auto const id = witnesses.listId.find(list.content);
-    auto const number = id == witnesses.listId.end() ? 0 : id->second.value();
+    auto const& ids = outcome.witnesses.listId;
+    auto const id = ids.find(list.content);
+    auto const number = id == ids.end() ? 0 : id->second.value();
+    auto const& stack = list.content.labels;
     std::string labels = "[ ";
-    for (auto const label : list.content.labels) labels += label.stringValue() + " ";
+    for (std::size_t i = 0; i < stack.size(); ++i) labels += stack.label(i).stringValue() + " ";
     auto const which = std::string(backup ? " for the backup path exceeds the" : " exceeds");
     return Message{backup ? "SRTE_RESOLVED_SEGMENT_LIST_BACKUP_EXCEEDS_MSD"
                           : "SRTE_RESOLVED_SEGMENT_LIST_INVALID_EXCEEDS_MSD",
                    "Resolved segment list (ID " + std::to_string(number) + ")" + which +
                        " maximum supported hardware label push stack depth (" +
-                       std::to_string(*inputs.hardware->maxLabelPushDepth()) +
+                       std::to_string(*outcome.inputs.hardware->maxLabelPushDepth()) +
                        "), was configured with labels " + labels + "]"};
-}
-
-Message conflictMessage(Policy const& refused, Policy const& holder) {
-    auto const bsid = refused.active().entry->bindingSid.stringValue();
-    return {"SRTE_POLICY_CONFLICT_BSID_IN_USE",
-            endpointText(refused.active().id()) + " is unusable, BSID(" + bsid +
-                ") already present, conflicts with " + endpointText(holder.active().id())};
 }
 
 }  // namespace
 
-std::set<Message> expectedMessages(Agent::Inputs const& inputs, Witnesses const& witnesses) {
-    auto const outcome = Expected::outcome(inputs, witnesses);
+Message conflict(SrTePolicy::PolicyId const& refused, SrTePolicy::PolicyId const& holder,
+                 Wirex::MplsLabel bindingSid) {
+    return {"SRTE_POLICY_CONFLICT_BSID_IN_USE",
+            endpointText(refused) + " is unusable, BSID(" + bindingSid.stringValue() +
+                ") already present, conflicts with " + endpointText(holder)};
+}
+
+std::set<Message> messages(Outcome const& outcome) {
     std::set<Message> messages;
     for (auto const& candidate : outcome.candidates) {
         bool const silent = candidate.reason == PolicyInvalidReason::noSegmentLists &&
                             candidate.id().candidate.protocol == SrTePolicy::Protocol::config;
-        if (!candidate.valid() && !silent) messages.insert(invalidMessage(candidate, inputs));
+        if (candidate.valid() || silent) continue;
+        messages.insert(invalidMessage(candidate, outcome.inputs));
     }
     for (auto const& [content, list] : outcome.lists) {
-        if (auto message = depthMessage(list, inputs, witnesses)) messages.insert(*message);
+        if (auto message = depthMessage(list, outcome)) messages.insert(*message);
     }
     for (auto const& [key, policy] : outcome.policies) {
         if (!policy.refused) continue;
-        auto const& holder = outcome.bindingSidHolder.at(policy.active().entry->bindingSid);
-        messages.insert(conflictMessage(policy, outcome.policies.at(holder)));
+        auto const& holder = outcome.bindingSidHolder.at(policy.bindingSid());
+        messages.insert(conflict(policy.active().id(), outcome.policies.at(holder).active().id(),
+                                 policy.bindingSid()));
     }
     return messages;
 }
 
-}  // namespace Sim
+}  // namespace Sim::Expected

@@ -3,13 +3,11 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "agent/FilePolicies.h"
 #include "agent/ScenarioReader.h"
 #include "agent/SessionReports.h"
 #include "agent/TrafficCounters.h"
-#include "tests/sim/Model.h"
 
 namespace Sim {
 
@@ -57,23 +55,6 @@ void play(Agent::Scenario const& scenario, World& world, std::function<void()> c
         stage.happens(event);
         settle();
     }
-}
-
-void tablesAreThoseOfTheModel(World const& world) {
-    auto const& tables = world.tables();
-    auto history = witnesses(tables);
-    history.countersArePolled = world.nextExpiration().has_value();
-    auto const expected = expectedRows(tables, history);
-    auto const observed = observedRows(tables, world.machines()->tables());
-    if (expected == observed) return;
-    Rows missing;
-    Rows unexpected;
-    std::ranges::set_difference(expected, observed, std::back_inserter(missing));
-    std::ranges::set_difference(observed, expected, std::back_inserter(unexpected));
-    std::string text = "tablesAreThoseOfTheModel: not";
-    for (auto const& row : missing) text += "\n  expected " + row;
-    for (auto const& row : unexpected) text += "\n  found    " + row;
-    throw Violation{text};
 }
 
 }  // namespace Sim

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "agent/Scenario.h"
+#include "tests/sim/AgainstModel.h"
 #include "tests/sim/World.h"
 
 namespace Sim {
@@ -15,8 +16,5 @@ std::map<std::string, Agent::Scenario> goldenScenarios();
 /// Lets a scenario happen to a world. `settle` runs what there is to run, after the start and after
 /// each event.
 void play(Agent::Scenario const& scenario, World& world, std::function<void()> const& settle);
-
-/// Throws a `Violation` unless the tables of an agent at rest are those of the model.
-void tablesAreThoseOfTheModel(World const& world);
 
 }  // namespace Sim

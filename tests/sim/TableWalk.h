@@ -3,40 +3,65 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <type_traits>
+#include <utility>
 
-#include "tests/sim/World.h"
+#include "Platform/Bfd/Peer.h"
 
 namespace Sim {
 
-void forEach(auto const& table, auto const& action) {
-    for (auto row = table.begin(); row; row.next()) action(row.key(), row.value());
+/// `for (auto const& [key, row] : each(table))`.
+template <class Table>
+auto each(Table const& table) {
+    struct Walk {
+        auto operator*() const { return std::tie(position.key(), position.value()); }
+        void operator++() { position.next(); }
+        bool operator!=(Walk const&) const { return static_cast<bool>(position); }
+        Walk begin() const { return *this; }
+        Walk end() const { return *this; }
+        decltype(table.begin()) position;
+    };
+    return Walk{table.begin()};
 }
 
 /// The key of some row, or nothing when there is none.
-auto keyIn(auto const& table, std::uint32_t pick) {
-    auto row = table.begin();
-    using Key = std::decay_t<decltype(row.key())>;
-    std::optional<Key> key;
-    for (auto left = table.size() ? pick % table.size() : 0; row; row.next()) {
-        key = row.key();
+template <class Table>
+auto keyIn(Table const& table, std::uint32_t pick) {
+    std::optional<typename Table::Key> found;
+    auto left = table.size() ? pick % table.size() : 0;
+    for (auto const& [key, row] : each(table)) {
+        found = key;
         if (left-- == 0) break;
     }
-    return key;
+    return found;
 }
 
-inline std::string const& textOf(std::string const& text) {
+inline std::string_view textOf(std::string_view text) {
     return text;
 }
-std::string textOf(auto const& value) {
+inline std::string textOf(Bfd::AppPeer const& session) {
+    return session.peer.stringValue();
+}
+template <class Value>
+requires requires(Value value) {
+    value.stringValue();
+}
+std::string textOf(Value const& value) {
     return value.stringValue();
 }
+
+/// Something that must hold does not.
+struct Violation {
+    std::string what;
+};
 
 /// Throws the violation `what`, with what it is about, unless the condition holds.
 void hold(bool condition, char const* what, auto const&... about) {
     if (condition) return;
     std::string text = what;
-    ((text += ' ' + textOf(about)), ...);
+    ((text.append(" ").append(textOf(about))), ...);
     throw Violation{text};
 }
 

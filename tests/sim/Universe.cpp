@@ -1,21 +1,14 @@
 #include "tests/sim/Universe.h"
 
 #include <array>
-#include <utility>
+#include <limits>
 
 namespace Sim {
 
 namespace {
 
-using Mpls::LfibMplsVia;
-using Mpls::LfibViaType;
-using Pooltab::Fib::FecId;
 using SrTePolicy::Protocol;
-using Tunnel::TunnelTable::MplsVia;
-using Tunnel::TunnelTable::TunnelId;
-using Tunnel::TunnelTable::TunnelType;
 using Wirex::BoundedMplsLabelStack;
-using Wirex::IntfId;
 using Wirex::MplsLabel;
 using Wirex::MplsLabelAction;
 
@@ -25,22 +18,24 @@ constexpr std::uint32_t noLabel = MplsLabel::null;
 constexpr std::array<std::uint32_t, CandidateContent::bsids> bsidLabels{
     100000, 100001, 100002, noLabel, 100009, 100010, 1048575, MplsLabel::entropyPlaceholder};
 
-// Of segments first; the binding SIDs among them meet foreign routes.
-constexpr std::array<std::uint32_t, labelCount> labels{
-    16005, 16006, 16007, 24001, 24002, 100001, 0, 3, 1048575, 100000, 100002, 100009, 100010, 7};
 constexpr std::uint32_t segmentLabelCount = 9;
+
+constexpr auto maxU32 = std::numeric_limits<Number>::max();
+constexpr auto maxU64 = std::numeric_limits<std::uint64_t>::max();
+constexpr std::array<std::uint64_t, nextHopCount> nextHopIds{
+    0, 1, 2, 3, std::uint64_t{1} << 32, std::uint64_t{1} << 63, maxU64};
 
 Wirex::IpGenAddr address(char const* text) {
     return Wirex::IpGenAddr::parse(text).value();
 }
 
-Wirex::IpGenAddr const& endpointAt(std::uint32_t place) {
+Wirex::IpGenAddr const& endpointAt(Number place) {
     static std::array<Wirex::IpGenAddr, endpointCount> const endpoints{
         address("192.0.2.5"), address("0.0.0.0"), address("2001:db8::5"), address("::")};
     return endpoints[place % endpointCount];
 }
 
-SrTePolicy::CandidateId const& candidateIdAt(std::uint32_t place) {
+SrTePolicy::CandidateId const& candidateIdAt(Number place) {
     static std::array<SrTePolicy::CandidateId, candidatesOfPolicy> const candidates{
         SrTePolicy::CandidateId{Protocol::config, address("0.0.0.0"), 0, 1},
         {Protocol::config, address("0.0.0.0"), 0, 2},
@@ -52,7 +47,7 @@ SrTePolicy::CandidateId const& candidateIdAt(std::uint32_t place) {
     return candidates[place % candidatesOfPolicy];
 }
 
-SrTePolicy::Originator originatorAt(std::uint32_t place) {
+SrTePolicy::Originator originatorAt(Number place) {
     switch (place) {
         case 0: return {address("192.0.2.9"), 65001};
         case 1: return {address("192.0.2.8"), 65002};
@@ -61,12 +56,12 @@ SrTePolicy::Originator originatorAt(std::uint32_t place) {
     }
 }
 
-BoundedMplsLabelStack randomStack(Random& random, std::uint32_t size) {
+BoundedMplsLabelStack randomStack(Random& random, Number size) {
     BoundedMplsLabelStack stack;
-    for (std::uint32_t i = 0; i < size; ++i) {
+    for (Number i = 0; i < size; ++i) {
         // Few of them lead anywhere, and those most often.
         auto const place = random.percent(75) ? random(4) : random(segmentLabelCount);
-        stack.push(MplsLabel(labels[place]));
+        stack.push(routeKeyAt(place).topLabel());
     }
     return stack;
 }
@@ -79,12 +74,12 @@ SrTePolicy::WeightedLabels randomList(Random& random) {
     return list;
 }
 
-std::vector<SrTePolicy::WeightedLabels> listsAt(std::uint32_t set) {
+std::vector<SrTePolicy::WeightedLabels> listsAt(Number set) {
     Random random(set * 977 + 1);
     std::vector<SrTePolicy::WeightedLabels> lists;
     if (set == 0) return lists;
     auto const count = random.percent(60) ? 1 : 2 + random(2);
-    for (std::uint32_t i = 0; i < count; ++i) lists.push_back(randomList(random));
+    for (Number i = 0; i < count; ++i) lists.push_back(randomList(random));
     auto& first = lists.front();
     switch (set) {
         case 1: first.labels.stack = {}; break;
@@ -101,106 +96,40 @@ std::vector<SrTePolicy::WeightedLabels> listsAt(std::uint32_t set) {
     return lists;
 }
 
-LfibMplsVia hop(std::uint32_t number, MplsLabelAction action, BoundedMplsLabelStack const& stack) {
-    return {Wirex::IpGenAddr::ipv4(0x0A000001 + number),
-            IntfId::physical(number % 2 ? "et2" : "et1"),
-            {action, stack}};
-}
-
-LfibMplsVia over(IntfId const& intf, BoundedMplsLabelStack const& stack,
-                 MplsLabelAction action = MplsLabelAction::push) {
-    return {{}, intf, {action, stack}};
-}
-
-IntfId tunnel(std::uint32_t place) {
-    return IntfId::dynamicTunnel(tiLfaAt(place).value());
-}
-
-BoundedMplsLabelStack stackOf(std::uint32_t size) {
-    BoundedMplsLabelStack stack;
-    for (std::uint32_t i = 0; i < size; ++i) stack.push(MplsLabel(17000 + i));
-    return stack;
-}
-
-std::vector<LfibMplsVia> viasAt(std::uint32_t kind, std::uint32_t more, MplsLabel label) {
-    BoundedMplsLabelStack const same{label.value()};
-    BoundedMplsLabelStack const implicitNull{3};
-    switch (kind) {
-        case 0: return {hop(more, MplsLabelAction::swap, same)};
-        case 1:
-            return {hop(0, MplsLabelAction::swap, same), hop(1, MplsLabelAction::swap, same),
-                    hop(more % 3, MplsLabelAction::swap, same)};
-        case 2: return {hop(more, MplsLabelAction::swap, implicitNull)};
-        case 3: return {hop(0, MplsLabelAction::push, stackOf(more % 10))};
-        case 4:
-            return {more % 4 ? hop(0, MplsLabelAction::pop, stackOf(more % 3))
-                             : over(IntfId::physical("et1"), {}, MplsLabelAction::pop)};
-        case 5: return {over(tunnel(more), stackOf(more / 3 % 3))};
-        case 6:
-            return {over(tunnel(more), same), hop(0, MplsLabelAction::swap, same),
-                    over(tunnel(more + 1), {}, MplsLabelAction::pop)};
-        default: break;
-    }
-    auto const foreign = IntfId::dynamicTunnel(TunnelId::make(TunnelType(10), 77).value());
-    std::vector<LfibMplsVia> vias{over(more % 2 ? foreign : IntfId::nextHopGroup(4), same)};
-    if (more % 4 >= 2) vias.push_back(hop(1, MplsLabelAction::swap, same));
-    if (more % 8 >= 4) vias.push_back(hop(2, MplsLabelAction::none, same));
-    return vias;
-}
-
-FecId fecAt(std::uint32_t more) {
-    using Pooltab::Fib::AdjType;
-    auto const otherTunnel = TunnelId::make(TunnelType(10), 77).value();
-    switch (more % 6) {
-        case 0: return FecId::fecIdForAdjType(AdjType::plain, 42);
-        case 1: return FecId::fecIdForAdjType(AdjType::plainAlternate, 43);
-        case 2: return FecId::fecIdForAdjType(AdjType::tunnel, tiLfaAt(more / 6).value());
-        case 3: return FecId::fecIdForAdjType(AdjType::tunnel, otherTunnel);
-        case 4: return FecId::fecIdForAdjType(AdjType::srTePolicy, 0x300000000);
-        default: return FecId::fecIdForAdjType(AdjType(9), 44);
-    }
-}
-
 }  // namespace
 
-std::uint64_t Random::next() {
+std::uint32_t Random::operator()(std::uint32_t count) {
     state_ += 0x9E3779B97F4A7C15u;
     auto mixed = state_;
     mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9u;
     mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBu;
-    return mixed ^ (mixed >> 31);
+    return static_cast<std::uint32_t>((mixed ^ (mixed >> 31)) % count);
 }
 
-CandidateContent::CandidateContent(std::uint32_t number) {
-    auto const digit = [&number](std::uint32_t base) {
-        auto const value = number % base;
-        number /= base;
-        return value;
-    };
-    bsid = digit(bsids);
-    enlp = digit(enlps);
-    preference = digit(preferences);
-    originator = digit(originators);
-    listSet = digit(listSets);
+CandidateContent::CandidateContent(Number number)
+    : bsid(number % bsids),
+      enlp(number / 8 % enlps),
+      preference(number / 64 % preferences),
+      originator(number / 256 % originators),
+      listSet(number / 1024 % listSets) {}
+
+Number CandidateContent::number() const {
+    return bsid + 8 * enlp + 64 * preference + 256 * originator + 1024 * listSet;
 }
 
-std::uint32_t CandidateContent::number() const {
-    return bsid + bsids * (enlp + enlps * (preference +
-                                           preferences * (originator + originators * listSet)));
-}
-
-Protocol protocolAt(std::uint32_t place) {
+Protocol protocolAt(Number place) {
     constexpr std::array<Protocol, protocolCount> protocols{
         Protocol::config, Protocol::bgp, Protocol::pcep, static_cast<Protocol>(25)};
     return protocols[place % protocolCount];
 }
 
-SrTePolicy::PolicyId policyIdAt(std::uint32_t place) {
+SrTePolicy::PolicyId policyIdAt(Number place) {
     auto const policy = place / candidatesOfPolicy % policyCount;
     return {{endpointAt(policy), 1 + policy / endpointCount}, candidateIdAt(place)};
 }
 
-SrTePolicy::PolicyInputEntry entryAt(std::uint32_t place, CandidateContent const& content) {
+SrTePolicy::PolicyInputEntry entryAt(Number place, Number number) {
+    CandidateContent const content(number);
     SrTePolicy::PolicyInputEntry entry(policyIdAt(place));
     entry.bindingSid = MplsLabel(bsidLabels[content.bsid]);
     entry.segmentList = listsAt(content.listSet);
@@ -210,55 +139,7 @@ SrTePolicy::PolicyInputEntry entryAt(std::uint32_t place, CandidateContent const
     return entry;
 }
 
-Mpls::RouteKey routeKeyAt(std::uint32_t place) {
-    return Mpls::RouteKey::fromLabel(MplsLabel(labels[place % labelCount]));
-}
-
-Mpls::ConsolidatedLfibRoute routeAt(std::uint32_t place, std::uint32_t content) {
-    auto const kind = content % 12;
-    auto const more = content / 12 % 16;
-    Mpls::ConsolidatedLfibRoute route;
-    route.key = routeKeyAt(place);
-    route.source = Agent::otherApplication;
-    route.viaType = LfibViaType::mpls;
-    if (kind < 8) {
-        route.mplsVias = viasAt(kind, more, route.key.topLabel());
-    } else if (kind < 10) {
-        route.viaType = LfibViaType::extFec;
-        route.extFecVia = Mpls::LfibExtFecVia::popInto(fecAt(more));
-        if (more / 6) route.extFecVia.labelAction = MplsLabelAction::push;
-    } else if (kind == 10) {
-        route.type = Mpls::LfibRouteType::pseudowire;
-        route.mplsVias = viasAt(0, more, route.key.topLabel());
-    } else {
-        constexpr std::array types{LfibViaType::mpls, LfibViaType::unset, LfibViaType::extFec,
-                                   LfibViaType(4)};
-        route.viaType = types[more % types.size()];
-        if (more / 4 % 2) route.mplsVias = {LfibMplsVia()};
-    }
-    return route;
-}
-
-TunnelId tiLfaAt(std::uint32_t place) {
-    return TunnelId::make(TunnelType::tiLfa, 1 + place % tunnelCount);
-}
-
-Tunnel::TunnelTable::TiLfaTunnelTableEntry tiLfaEntryAt(std::uint32_t place,
-                                                        std::uint32_t content) {
-    auto const action = content % 2 ? MplsLabelAction::swap : MplsLabelAction::push;
-    auto const via = [&](std::uint32_t number, std::uint32_t size, bool withNull) {
-        auto stack = stackOf(size);
-        if (withNull) stack.push(MplsLabel::implicitNull());
-        return MplsVia{
-            Wirex::IpGenAddr::ipv4(0x0A000101 + number), IntfId::physical("et3"), {action, stack}};
-    };
-    Tunnel::TunnelTable::TiLfaTunnelTableEntry entry{
-        tiLfaAt(place), via(0, content / 2 % 2, content % 3 == 0), {}};
-    if (content / 4 % 3) entry.backupVia = via(1, content / 4 % 3 * 2, content % 5 == 0);
-    return entry;
-}
-
-Agent::Srlb srlbAt(std::uint32_t content) {
+Agent::Srlb srlbAt(Number content) {
     switch (content % 8) {
         case 0: return {std::nullopt};
         case 1: return {Mpls::LabelRange(100000, 2)};
@@ -269,10 +150,76 @@ Agent::Srlb srlbAt(std::uint32_t content) {
     }
 }
 
-Agent::MaxSidDepth depthAt(std::uint32_t content) {
+Agent::MaxSidDepth depthAt(Number content) {
     constexpr std::array<std::uint8_t, 8> depths{0, 1, 2, 3, 4, 6, 10, 255};
     if (content % 10 >= depths.size()) return {};
     return {depths[content % 10]};
+}
+
+std::optional<SrTePolicy::PolicySbfdConfig> settingsAt(Number content) {
+    constexpr std::array<std::array<Number, 3>, sbfdSettings - 1> settings{{{50, 3, 7},
+                                                                            {50, 3, 8},
+                                                                            {0, 3, 7},
+                                                                            {0, 0, 0},
+                                                                            {300, 0, 7},
+                                                                            {maxU32, 255, 7},
+                                                                            {20, 2, 7},
+                                                                            {1, 0, maxU32}}};
+    content %= sbfdSettings;
+    if (content == 0) return std::nullopt;
+    auto const& [interval, multiplier, discriminator] = settings[content - 1];
+    return SrTePolicy::PolicySbfdConfig{Bfd::BfdInterval(interval), Bfd::BfdMultiplier(multiplier),
+                                        Bfd::BfdDiscriminator(discriminator)};
+}
+
+Agent::BfdSettings globalSettingsAt(Number content) {
+    constexpr std::array<std::array<Number, 2>, 4> settings{{{0, 0}, {300, 3}, {100, 5}, {300, 0}}};
+    auto const& [interval, multiplier] = settings[content % settings.size()];
+    return {Bfd::BfdInterval(interval), Bfd::BfdMultiplier(multiplier)};
+}
+
+std::uint64_t nextHopIdAt(Number place) {
+    return nextHopIds[place % nextHopCount];
+}
+
+/// Labels mostly of segments, sometimes none or too many, or one too large.
+Agent::GribiNextHop nextHopAt(Number place, Number content) {
+    constexpr std::array<Number, 8> sizes{1, 1, 2, 2, 3, 8, 9, 0};
+    Random random(content);
+    Agent::GribiNextHop nextHop{nextHopIdAt(place), {}};
+    for (auto left = sizes[random(sizes.size())]; left > 0; --left) {
+        auto const which = random.percent(75) ? random(4) : random(labelCount);
+        nextHop.pushedLabels.push_back(routeKeyAt(which).topLabel().value());
+    }
+    if (content % 16 == 15) nextHop.pushedLabels.push_back(noLabel);
+    return nextHop;
+}
+
+std::uint64_t groupIdAt(Number place) {
+    constexpr std::array<std::uint64_t, groupCount> ids{0, 10, maxU64};
+    return ids[place % groupCount];
+}
+
+Agent::GribiNextHopGroup groupAt(Number place, Number content) {
+    constexpr std::array<std::uint64_t, 6> weights{1, 2, 7, 0, std::uint64_t{1} << 32, maxU64};
+    Random random(content);
+    Agent::GribiNextHopGroup group{groupIdAt(place), {}};
+    for (auto const id : nextHopIds) {
+        if (!random.percent(45)) continue;
+        group.nextHopWeights.emplace_back(id, weights[random(weights.size())]);
+    }
+    return group;
+}
+
+/// Among them some that segments have, some that are binding SIDs, and one that no packet carries.
+Number incomingLabelAt(Number place) {
+    constexpr std::array<Number, incomingLabelCount> incoming{900,    901,    16006, 24002,
+                                                              100001, 100009, 0,     noLabel};
+    return incoming[place % incomingLabelCount];
+}
+
+Agent::GribiMplsEntry mplsEntryAt(Number place, Number content) {
+    return {incomingLabelAt(place), groupIdAt(content)};
 }
 
 }  // namespace Sim

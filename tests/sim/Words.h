@@ -1,127 +1,87 @@
 #pragma once
 
 #include <charconv>
-#include <concepts>
-#include <span>
 #include <string>
 #include <string_view>
 
-#include "Platform/Tunnel/MplsVia.h"
 #include "tests/sim/Model.h"
 
-/// How rows of tables are put into words, for those that are expected and for those that are found.
 namespace Sim {
 
-inline void put(std::string& out, std::string_view text) {
-    out += text;
-}
-
-template <std::unsigned_integral T>
-void put(std::string& out, T number) {
-    char digits[20];
-    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
-}
-
-template <class T>
-requires std::is_enum_v<T>
-void put(std::string& out, T value) {
-    put(out, static_cast<std::uint64_t>(value));
-}
-
-inline void put(std::string& out, Wirex::MplsLabel label) {
-    label.isNull() ? put(out, "-") : put(out, label.value());
-}
-
-template <class Labels>
-void putLabels(std::string& out, Labels const& labels, std::size_t count) {
-    out += '[';
-    for (std::size_t i = 0; i < count; ++i) {
-        if (i > 0) out += ' ';
-        put(out, labels(i));
+/// Puts rows of tables into words, those that are expected and those that are found.
+class Line {
+public:
+    /// The parts, with a blank between two of them.
+    explicit Line(auto const&... parts) {
+        text_.reserve(120);
+        ((put(parts), text_ += ' '), ...);
+        text_.pop_back();
     }
-    out += ']';
-}
+    std::string& text() { return text_; }
 
-inline void put(std::string& out, std::span<Wirex::MplsLabel const> labels) {
-    putLabels(
-        out, [&labels](std::size_t i) { return labels[i]; }, labels.size());
-}
-
-inline void put(std::string& out, Wirex::BoundedMplsLabelStack const& stack) {
-    putLabels(
-        out, [&stack](std::size_t i) { return stack.label(i); }, stack.size());
-}
-
-inline void put(std::string& out, Wirex::MplsLabelOperation const& operation) {
-    put(out, operation.action);
-    put(out, operation.stack);
-}
-
-inline void put(std::string& out, Wirex::IpGenAddr const& address) {
-    if (!address.isV4()) return put(out, address.isEmpty() ? "-" : address.stringValue());
-    for (std::size_t i = 12; i < 16; ++i) {
-        if (i > 12) out += '.';
-        put(out, address.bytes()[i]);
+private:
+    void put(std::string_view text) { text_ += text; }
+    void put(std::unsigned_integral auto number) {
+        char digits[20];
+        text_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
     }
-}
+    template <class Enum>
+    requires std::is_enum_v<Enum>
+    void put(Enum value) { put(static_cast<std::uint64_t>(value)); }
+    /// A number that is a type of its own.
+    template <class Number>
+    requires requires(Number number) { number.value(); }
+    void put(Number number) { put(number.value()); }
+    /// With a comma between two of them.
+    void putAll(auto const& first, auto const&... others) {
+        put(first);
+        ((text_ += ',', put(others)), ...);
+    }
 
-/// An LFIB's via or a tunnel's.
-template <class Via>
-requires requires(Via via) {
-    via.nextHop;
-    via.intf;
-    via.operation;
-}
-void put(std::string& out, Via const& via) {
-    put(out, via.nextHop);
-    out += '%';
-    out += via.intf.stringValue();
-    out += '/';
-    put(out, via.operation);
-}
+    void put(Wirex::MplsLabel label) { label.isNull() ? put("-") : put(label.value()); }
+    void put(Wirex::IpGenAddr const& address) {
+        auto const& bytes = address.bytes();
+        if (address.isV4()) return putAll(bytes[12], bytes[13], bytes[14], bytes[15]);
+        put(address.isEmpty() ? "-" : address.stringValue());
+    }
+    void put(Wirex::BoundedMplsLabelStack const& stack) {
+        text_ += '[';
+        for (std::size_t i = 0; i < stack.size(); ++i) {
+            if (i > 0) text_ += ' ';
+            put(stack.label(i));
+        }
+        text_ += ']';
+    }
+    /// An LFIB's via or a tunnel's.
+    template <class Via>
+    requires requires(Via via) { via.operation; }
+    void put(Via const& via) {
+        putAll(via.nextHop, via.intf.stringValue(), via.operation.action, via.operation.stack);
+    }
 
-inline void put(std::string& out, SrTePolicy::Originator const& originator) {
-    put(out, originator.as);
-    out += ',';
-    put(out, originator.address);
-}
+    void put(Bfd::Timers const& timers) { putAll(timers.interval, timers.multiplier); }
+    void put(SrTePolicy::PolicySbfdConfig const& settings) {
+        putAll(settings.interval, settings.multiplier, settings.remoteDiscriminator);
+    }
+    void put(SrTePolicy::Originator const& node) { putAll(node.as, node.address); }
+    void put(SrTePolicy::PolicyKey const& key) { putAll(key.color, key.endpoint); }
+    void put(SrTePolicy::CandidateId const& id) {
+        putAll(id.protocol, id.originatorAs, id.originator, id.discriminator);
+    }
+    void put(SrTePolicy::PolicyId const& id) { putAll(id.key, id.candidate); }
+    void put(ListContent const& list) {
+        put(list.labels);
+        if (list.isOfPolicy()) return putAll(" of ", list.policyId);
+        putAll(" of next hop ", list.distinguisherId);
+        auto const nobody = SrTePolicy::PolicyId::lowest({{}, 0});
+        if (list.policyId != nobody) putAll(" and of ", list.policyId);
+    }
 
-inline void put(std::string& out, SrTePolicy::PolicyKey const& key) {
-    put(out, key.color);
-    out += ',';
-    put(out, key.endpoint);
-}
+    std::string text_;
+};
 
-inline void put(std::string& out, SrTePolicy::CandidateId const& id) {
-    put(out, id.protocol);
-    out += ',';
-    put(out, SrTePolicy::Originator{id.originator, id.originatorAs});
-    out += ',';
-    put(out, id.discriminator);
-}
-
-inline void put(std::string& out, SrTePolicy::PolicyId const& id) {
-    put(out, id.key);
-    out += '/';
-    put(out, id.candidate);
-}
-
-/// The parts in words, with a blank between two of them.
-template <class... Parts>
-std::string words(Parts const&... parts) {
-    std::string text;
-    text.reserve(120);
-    ((put(text, parts), text += ' '), ...);
-    text.pop_back();
-    return text;
-}
-
-inline void put(std::string& out, ListContent const& list) {
-    put(out, std::span(list.labels));
-    if (list.isOfPolicy()) return put(out, words(" of", list.policyId));
-    put(out, words(" of next hop", list.distinguisherId.value()));
-    auto const nobody = SrTePolicy::PolicyId::lowest({{}, 0});
-    if (list.policyId != nobody) put(out, words(" and of", list.policyId));
+std::string words(auto const&... parts) {
+    return std::move(Line(parts...).text());
 }
 
 }  // namespace Sim

@@ -10,12 +10,6 @@ namespace Sim {
 
 namespace {
 
-constexpr double nanosecondsPerSecond = 1e9;
-
-double seconds(Agent::Time time) {
-    return static_cast<double>(time.count()) / nanosecondsPerSecond;
-}
-
 bool writesAnything(Agent::Step const& step) {
     return !step.router.empty() || !step.lfib.empty() || !step.tiLfa.empty() ||
            !step.policies.empty() || !step.removedCandidates.empty() || step.bfd ||
@@ -29,11 +23,12 @@ bool writesAnything(Agent::Step const& step) {
 
 }  // namespace
 
-World::World() : scheduler_(Quor::makePtr<Keel::TaskScheduler>(activityClock_.clock)) {
+World::World()
+    : scheduler_(Quor::makePtr<Keel::TaskScheduler>(activityClock_.clock)),
+      sessionWatch_(tables_.bfdSessions->session(), [this](Bfd::AppPeer const& session) {
+          if (!tables_.bfdSessions->session(session)) tables_.bfdPeers->operStateDel(session.peer);
+      }) {
     Quor::stopHookIs(throwViolation);
-    sessionWatch_.add(tables_.bfdSessions->session(), [this](Bfd::AppPeer const& session) {
-        if (!tables_.bfdSessions->session(session)) tables_.bfdPeers->operStateDel(session.peer);
-    });
     Syslog::limiterClear();
 }
 
@@ -99,12 +94,15 @@ void World::settle() {
 void World::advance(Agent::Time duration) {
     auto const end = now_ + duration;
     for (auto next = nextExpiration(); next && *next <= end; next = nextExpiration()) {
-        now_ = std::max(now_, *next);
-        activityClock_.clock.nowIs(std::max(activityClock_.clock.now(), seconds(now_)));
+        nowIs(std::max(now_, *next));
         settle();
     }
-    now_ = end;
-    activityClock_.clock.nowIs(std::max(activityClock_.clock.now(), seconds(now_)));
+    nowIs(end);
+}
+
+void World::nowIs(Agent::Time now) {
+    now_ = now;
+    activityClock_.clock.nowIs(std::max(activityClock_.clock.now(), seconds(now)));
 }
 
 bool World::atRest() const {
@@ -115,18 +113,15 @@ bool World::atRest() const {
 }
 
 bool World::mayPoll() const {
-    auto const& counters = tables_.tunnelCounters->tunnelCounter();
-    auto const& rows = tables_.tunnelMap->entry();
-    for (auto row = rows.begin(); row; row.next()) {
-        if (counters.has(row.key()) || !isUsed(row.key())) return true;
+    for (auto const& [tunnelId, owner] : each(tables_.tunnelMap->entry())) {
+        if (tables_.tunnelCounters->tunnelCounter(tunnelId) || !isUsed(tunnelId)) return true;
     }
     return false;
 }
 
 bool World::isUsed(Tunnel::TunnelTable::TunnelId tunnelId) const {
-    auto const& entries = tables_.selectionInput->policyIdEntry();
-    for (auto row = entries.begin(); row; row.next()) {
-        for (auto const& list : row.value().wSegmentList) {
+    for (auto const& [id, entry] : each(tables_.selectionInput->policyIdEntry())) {
+        for (auto const& list : entry.wSegmentList) {
             if (list.segmentListId.getTunnelId() == tunnelId) return true;
         }
     }
@@ -136,7 +131,7 @@ bool World::isUsed(Tunnel::TunnelTable::TunnelId tunnelId) const {
 std::optional<Agent::Time> World::nextExpiration() const {
     auto const next = scheduler_->nextExpiration();
     if (!next) return std::nullopt;
-    return Agent::Time(std::llround(*next * nanosecondsPerSecond));
+    return Agent::Time(std::llround(*next * 1e9));
 }
 
 Agent::SurvivingTables const& World::tablesToDamage() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -13,14 +14,14 @@
 #include "agent/SyslogRecords.h"
 #include "agent/Tables.h"
 #include "agent/Writer.h"
-#include "tests/sim/Watches.h"
+#include "tests/sim/TableWalk.h"
+#include "tests/support/Watch.h"
 
 namespace Sim {
 
-/// Something that must hold does not.
-struct Violation {
-    std::string what;
-};
+inline double seconds(Agent::Time time) {
+    return std::chrono::duration<double>(time).count();
+}
 
 /// What the world has just done when it tells of it.
 enum class Did {
@@ -92,6 +93,7 @@ private:
     };
 
     void tell(Did did) { told_(did); }
+    void nowIs(Agent::Time now);
 
     std::function<void(Did)> told_ = [](Did) {};
     ActivityClock activityClock_;
@@ -104,7 +106,7 @@ private:
     std::optional<std::uint64_t> yieldAfter_;
     bool damaged_ = false;
     // As BFD does: a peer is forgotten with its session.
-    Watches sessionWatch_;
+    Watch<Bfd::AppPeer> const sessionWatch_;
 };
 
 }  // namespace Sim

@@ -1,28 +1,10 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
-#include <cstdio>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <optional>
 
-#include "Platform/Fastlog/Duallog.h"
 #include "tests/sim/Simulation.h"
 
 namespace {
-
-/// Prints every trace of the library.
-class PrintedTraces final : public Duallog::Sink {
-public:
-    PrintedTraces() {
-        Duallog::primarySinkIs(this);
-        Fastlog::levelMaskIs("*", Fastlog::allLevels);
-    }
-    ~PrintedTraces() override { Duallog::reset(); }
-    void line(Fastlog::Facility const& facility, int, double time, std::string_view text) override {
-        std::cout << "    " << time << ' ' << facility.name() << ": " << text << '\n';
-    }
-};
 
 struct Options {
     std::uint64_t first = 1;
@@ -30,12 +12,9 @@ struct Options {
     std::size_t events = 300;
     std::string replay;
     bool list = false;
-    bool trace = false;
 };
 
-int replay(std::string const& text, bool trace) {
-    std::optional<PrintedTraces> traces;
-    if (trace) traces.emplace();
+int replay(std::string const& text) {
     auto const events = Sim::parseEvents(text);
     if (!events) {
         std::cerr << "These are no events.\n";
@@ -60,20 +39,16 @@ int runSeeds(Options const& options) {
         restarts += outcome.restarts;
         comparisons += outcome.comparisons;
         if (!outcome.failure) continue;
-        if (options.list) {
-            std::cout << seed << ' ' << *outcome.failure << std::endl;
-        } else {
-            std::cout << Sim::report(seed, events, *outcome.failure) << std::endl;
-        }
+        auto const& failure = *outcome.failure;
+        std::cout << (options.list ? std::to_string(seed) + ' ' + failure
+                                   : Sim::report(seed, events, failure))
+                  << std::endl;
         if (++failures == 5 && !options.list) break;
     }
     std::chrono::duration<double> const time = std::chrono::steady_clock::now() - begin;
-    std::printf("%llu seeds, %llu events, %llu restarts, %llu comparisons, %llu failures, %.1f s\n",
-                static_cast<unsigned long long>(options.seeds),
-                static_cast<unsigned long long>(options.seeds * options.events),
-                static_cast<unsigned long long>(restarts),
-                static_cast<unsigned long long>(comparisons),
-                static_cast<unsigned long long>(failures), time.count());
+    std::cout << options.seeds << " seeds, " << options.seeds * options.events << " events, "
+              << restarts << " restarts, " << comparisons << " comparisons, " << failures
+              << " failures, " << time.count() << " s\n";
     return failures ? 1 : 0;
 }
 
@@ -91,7 +66,6 @@ int main(int argc, char** argv) {
     app.add_option("--replay", options.replay,
                    "Run these events instead, as a failure prints them");
     app.add_flag("--list", options.list, "Name each failure in a line, without shrinking it");
-    app.add_flag("--trace", options.trace, "With --replay: print the library's traces");
     CLI11_PARSE(app, argc, argv);
-    return options.replay.empty() ? runSeeds(options) : replay(options.replay, options.trace);
+    return options.replay.empty() ? runSeeds(options) : replay(options.replay);
 }
