@@ -200,7 +200,7 @@ Events eventsFromBytes(std::span<std::uint8_t const> bytes) {
     Events events;
     for (; bytes.size() >= 4; bytes = bytes.subspan(4)) {
         Event event{static_cast<Kind>(bytes[0] % kindCount), bytes[1] % candidateCount, 0};
-        if (bytes[2] >= 64) event.content = bytes[2] * 257u + bytes[1];
+        if (bytes[2] >= 64) event.content = (bytes[2] - 64u) * 257u + bytes[1];
         if (bytes[3] >= 200) event.steps = static_cast<std::uint8_t>(bytes[3] - 200);
         events.push_back(event);
     }
