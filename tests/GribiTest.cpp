@@ -190,11 +190,11 @@ TEST_F(GribiTest, OnlyPresentMembersAreFollowed) {
     EXPECT_EQ(fecText(*gribiStatus->nhgToFecEntry(NextHopGroupId(12))), "fec2");
     EXPECT_EQ(fecText(*gribiStatus->nhgToFecEntry(NextHopGroupId(13))), "fec0");
 
-    auto const sm = publishSmFactory(
+    auto const ended = publishSmFactory(
         range, afts->nhgAft, gribiStatusFactory(), status, nexthopIdToSegmentListMapFactory(),
         segmentListIdToNexthopIdMapFactory(), Quor::makePtr<Pooltab::Fib::ForwardingStatus>());
-    sm->handleDel();
-    EXPECT_EQ(dumpOf(*sm), "  Initialized: False \n  nhToNhgMap #0 \n");
+    ended->handleDel();
+    EXPECT_EQ(dumpOf(*ended), "  Initialized: False \n  nhToNhgMap #0 \n");
 }
 
 TEST_F(GribiTest, WhatAClientMaySend) {
