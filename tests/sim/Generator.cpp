@@ -215,7 +215,7 @@ private:
     bool const yieldsAtEachKey_, clogged_;
     bool const bursts_ = random_.percent(40), agentUnquiet_ = random_.percent(30);
     /// In a thousand events.
-    Number const services_ = (random_.percent(60) ? 180u : 0u) + (agentUnquiet_ ? 30u : 0u);
+    Number const services_ = (random_.percent(60) ? 180u : 0u) + (agentUnquiet_ ? 60u : 0u);
     Number const policies_ = 1 + random_(policyCount);
     Number const candidates_ = 1 + random_(candidatesOfPolicy);
     Number const labels_ = 2 + random_(labelCount - 1);

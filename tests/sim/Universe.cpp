@@ -106,11 +106,12 @@ std::uint32_t Random::operator()(std::uint32_t count) {
     return static_cast<std::uint32_t>((mixed ^ (mixed >> 31)) % count);
 }
 
+// Each part has bits of its own, so that a change of one leaves the others alone.
 CandidateContent::CandidateContent(Number number)
-    : bsid(number % bsids),
-      enlp(number / 8 % enlps),
-      preference(number / 64 % preferences),
-      originator(number / 256 % originators),
+    : bsid(number % 8 % bsids),
+      enlp(number / 8 % 8 % enlps),
+      preference(number / 64 % 4 % preferences),
+      originator(number / 256 % 4 % originators),
       listSet(number / 1024 % listSets) {}
 
 Number CandidateContent::number() const {
