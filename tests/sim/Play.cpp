@@ -51,10 +51,13 @@ void play(Agent::Scenario const& scenario, World& world, std::function<void()> c
     world.start();
     settle();
     for (auto const& event : scenario.events) {
-        world.advance(std::max(event.at - world.now(), Agent::Time(0)));
+        world.advance(std::max(event.at - world.now(), Agent::Time(0)), settle);
         stage.happens(event);
         settle();
     }
+    // What the log held back comes back now.
+    world.advance(std::chrono::milliseconds(200), settle);
+    hold(!world.machines() || world.atRest(), "theAgentComesToRest: not");
 }
 
 }  // namespace Sim

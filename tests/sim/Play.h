@@ -13,8 +13,8 @@ namespace Sim {
 /// The scenarios of tests/golden, by their names.
 std::map<std::string, Agent::Scenario> goldenScenarios();
 
-/// Lets a scenario happen to a world. `settle` runs what there is to run, after the start and after
-/// each event.
+/// Lets a scenario happen to a world. `settle` runs what there is to run: after the start, after
+/// each event and whenever something comes due. An agent that runs comes to rest in the end.
 void play(Agent::Scenario const& scenario, World& world, std::function<void()> const& settle);
 
 }  // namespace Sim

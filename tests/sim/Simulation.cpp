@@ -43,7 +43,7 @@ private:
         auto const writes = invariants_.journal().writes();
         apply(event, world_);
         last_ = event;
-        outcome_.restarts += event.kind == Kind::restart || (event.kind == Kind::start && wasDown);
+        outcome_.restarts += event.kind == (wasDown ? Kind::start : Kind::restart);
         if (repeated && fromRest) {
             hold(invariants_.journal().writes() == writes, "anEqualWriteIsNone: it was one");
         }

@@ -80,6 +80,15 @@ void noViaLeadsIntoAnothersTunnel(Agent::Tables const& tables) {
     }
 }
 
+void policyTunnelsLeadIntoLabelFecs(Agent::Tables const& tables) {
+    for (auto const& [tunnelId, entry] : each(tables.policyTunnels->entry())) {
+        auto const* const policy =
+            tables.policyStatus->policyStatusEntry().find({entry.endpoint.address, entry.color});
+        hold(policy && policy->labelFecId.fecIdToTunnelId() == tunnelId,
+             "policyTunnelsLeadIntoLabelFecs: not", tunnelId);
+    }
+}
+
 void gribiRoutesLeadToTheirGroups(Agent::Tables const& tables) {
     for (auto const& [key, row] : each(tables.gribiLfib->rows())) {
         auto const* const entry = tables.gribiAfts->mplsAft->mplsAftEntry().find(key.topLabel());
@@ -99,6 +108,17 @@ void gribiRoutesLeadToTheirGroups(Agent::Tables const& tables) {
     for (auto const& [id, fec] : each(tables.forwarding->fec())) fecs += Agent::gribiFecIds.has(id);
     hold(fecs == tables.gribiStatus->nhgToFecEntry().size(),
          "gribiRoutesLeadToTheirGroups: FECs without a group");
+}
+
+void sessionsAreThoseOfTheConfiguration(Agent::Tables const& tables) {
+    auto const& configs = tables.sbfdInputConfig->config();
+    for (auto const& [key, settings] : each(configs)) {
+        auto const session = Agent::sbfdSession(key.segmentListId, settings.remoteDiscriminator);
+        hold(tables.bfdSessions->session(session), "sessionsAreThoseOfTheConfiguration: none of",
+             key);
+    }
+    hold(tables.bfdSessions->session().size() == configs.size(),
+         "sessionsAreThoseOfTheConfiguration: one too many");
 }
 
 void combinedStatusesFollow(Agent::Tables const& tables) {
@@ -124,6 +144,7 @@ void tablesAreSound(Agent::Tables const& tables, Journal const& journal) {
     if (journal.wrote({"status", "fec", "fec-index"})) fecsAreThoseOfTheStatus(tables);
     if (journal.wrote({"export", "list-status", "list-tunnel"})) usableListsHaveATunnel(tables);
     if (journal.wrote({"export", "fec", "fec-index"})) noViaLeadsIntoAnothersTunnel(tables);
+    if (journal.wrote({"status", "policy-tunnel"})) policyTunnelsLeadIntoLabelFecs(tables);
 }
 
 void servicesAreSound(World const& world, Journal const& journal) {
@@ -132,7 +153,11 @@ void servicesAreSound(World const& world, Journal const& journal) {
     if (machines->gribiRoot() && journal.wrote({"list-tunnel", "fec", "group", "gribi-route"})) {
         gribiRoutesLeadToTheirGroups(world.tables());
     }
-    if (machines->started()) combinedStatusesFollow(world.tables());
+    if (!machines->started()) return;
+    combinedStatusesFollow(world.tables());
+    if (journal.wrote({"sbfd-input", "sbfd-session"})) {
+        sessionsAreThoseOfTheConfiguration(world.tables());
+    }
 }
 
 void nothingIsLeft(Agent::Tables const& tables, Agent::RunTables const& run) {

@@ -91,13 +91,14 @@ void World::settle() {
     tell(Did::idled);
 }
 
-void World::advance(Agent::Time duration) {
+void World::advance(Agent::Time duration, std::function<void()> const& settled) {
     auto const end = now_ + duration;
     for (auto next = nextExpiration(); next && *next <= end; next = nextExpiration()) {
         nowIs(std::max(now_, *next));
-        settle();
+        settled();
     }
-    nowIs(end);
+    // Who settles in a way of its own may have moved the clock further.
+    nowIs(std::max(now_, end));
 }
 
 void World::nowIs(Agent::Time now) {

@@ -61,8 +61,11 @@ public:
     /// Runs one task, or takes a step of the start. False when the clock has to move first.
     bool runOne();
     void settle();
-    /// Moves the clock, running on the way what comes due.
-    void advance(Agent::Time duration);
+    /// Moves the clock; on the way what comes due is run, by `settle` or in the way given.
+    void advance(Agent::Time duration) {
+        advance(duration, [this] { settle(); });
+    }
+    void advance(Agent::Time duration, std::function<void()> const& settled);
 
     bool clogged() const { return tables_.fieldlog->outputClogged(); }
     /// Started, with nothing left to do but to wait for events, and for the counters of tunnels
