@@ -100,7 +100,7 @@ void AgainstModel::rested(std::set<PolicyKey> const& withdrawn, bool wrote) {
         compare(world_, now);
         messages_.check(now);
         whatTheInputsKeepStays(withdrawn);
-        aListKeepsItsIdentity(now.witnesses);
+        aListKeepsItsIdentity(now);
         listIds_ = now.witnesses.listId;
         published_ = publishedBy(now);
     }
@@ -109,15 +109,21 @@ void AgainstModel::rested(std::set<PolicyKey> const& withdrawn, bool wrote) {
 
 void AgainstModel::whatTheInputsKeepStays(std::set<PolicyKey> const& withdrawn) const {
     for (auto const& [key, reason] : published_) {
-        hold(!withdrawn.contains(key), "whatTheInputsKeepStays: not", key);
+        hold(!withdrawn.contains(key) || messages_.gribiHad(reason.bindingSid),
+             "whatTheInputsKeepStays: not", key);
     }
 }
 
-/// A next hop that is written again gets a new list.
-void AgainstModel::aListKeepsItsIdentity(Witnesses const& witnesses) const {
-    for (auto const& [list, id] : listIds_) {
-        hold(!list.isOfPolicy() || witnesses.listId.at(list) == id, "aListKeepsItsIdentity: not",
-             id);
+/// Of a candidate: a next hop that is written again gets a new list.
+void AgainstModel::aListKeepsItsIdentity(Expected::Outcome const& now) const {
+    for (auto const& candidate : now.candidates) {
+        if (messages_.gribiHad(candidate.entry->bindingSid)) continue;
+        for (auto const& [list, weight] : candidate.lists) {
+            auto const before = listIds_.find(list->content);
+            if (before == listIds_.end()) continue;
+            hold(now.witnesses.listId.at(list->content) == before->second,
+                 "aListKeepsItsIdentity: not", before->second);
+        }
     }
 }
 

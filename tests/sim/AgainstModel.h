@@ -36,7 +36,7 @@ private:
 
     static std::map<PolicyKey, Reason> publishedBy(Expected::Outcome const& now);
     void whatTheInputsKeepStays(std::set<PolicyKey> const& withdrawn) const;
-    void aListKeepsItsIdentity(Witnesses const& witnesses) const;
+    void aListKeepsItsIdentity(Expected::Outcome const& now) const;
 
     World const& world_;
     Messages messages_;

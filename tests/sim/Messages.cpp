@@ -45,6 +45,13 @@ Messages::Messages(World const& world) : world_(world) {
         if (!hasRecord(key.topLabel())) return;
         isToldAgain("SRTE_RESOLVED_SEGMENT_LIST", ' ' + key.stringValue() + ' ');
     });
+    watches_.add(world.tables().gribiLfib->rows(),
+                 [this](Mpls::RouteKey key) { gribiRoutes_.insert(key.topLabel()); });
+}
+
+void Messages::rested() {
+    restedAt_ = world_.now();
+    gribiRoutes_.clear();
 }
 
 /// A message is sent whenever its step runs, also when it is an old one by then.
@@ -118,6 +125,9 @@ bool Messages::isDue(Message const& message, Witnesses const& witnesses) const {
     // saw.
     if (isAboutDepth(message)) return events_ > 1 || !isAboutOneOf(witnesses, message);
     return std::ranges::any_of(wishes_, [&](auto const& wish) {
+        if (gribiHad(wish.first) && message == Expected::inUseElsewhere(wish.second, wish.first)) {
+            return true;
+        }
         return std::ranges::any_of(holders_, [&](auto const& held) {
             return held.first == wish.first &&
                    message == Expected::conflict(wish.second, held.second, wish.first);

@@ -23,7 +23,10 @@ public:
     /// came without ever applying.
     void check(Expected::Outcome const& outcome);
     /// At every rest, whether anything was checked or not.
-    void rested() { restedAt_ = world_.now(); }
+    void rested();
+    /// Whether gRIBI's route of the label came or went since the last rest: it stands a moment
+    /// longer than the inputs say when the lists of its next hops are lost.
+    bool gribiHad(Wirex::MplsLabel label) const { return gribiRoutes_.contains(label); }
 
 private:
     void isToldAgain(std::string_view identifier, std::string_view text);
@@ -42,6 +45,7 @@ private:
     std::set<Expected::Message> mayApply_;              // since then
     // Who wants a binding SID, and who has it, since then.
     std::set<std::pair<Wirex::MplsLabel, SrTePolicy::PolicyId>> wishes_, holders_;
+    std::set<Wirex::MplsLabel> gribiRoutes_;
     Agent::Time restedAt_{0};
 };
 

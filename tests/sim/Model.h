@@ -130,6 +130,8 @@ Rows rows(Outcome const& outcome);
 using Message = std::pair<std::string, std::string>;
 /// What an operator would be told if everything were evaluated afresh.
 std::set<Message> messages(Outcome const& outcome);
+/// The one that says that another application has the binding SID.
+Message inUseElsewhere(SrTePolicy::PolicyId const& policyId, Wirex::MplsLabel bindingSid);
 /// The one that refuses a binding SID, as another candidate's policy holds it.
 Message conflict(SrTePolicy::PolicyId const& refused, SrTePolicy::PolicyId const& holder,
                  Wirex::MplsLabel bindingSid);

@@ -30,8 +30,7 @@ Message invalidMessage(Candidate const& candidate, Agent::Inputs const& inputs) 
                                                           std::to_string(last) + "]"};
         case PolicyInvalidReason::bsidMissing: return {identifier + "BSID_MISSING", text};
         case PolicyInvalidReason::bsidInUse:
-            return {identifier + "BSID_IN_USE_OTHER_APPLICATION",
-                    text + ": " + bsid + " already in use by another application"};
+            return inUseElsewhere(candidate.id(), candidate.entry->bindingSid);
         default: return {identifier + "NO_SEGMENT_LISTS", text};
     }
 }
@@ -58,6 +57,12 @@ std::optional<Message> depthMessage(List const& list, Outcome const& outcome) {
 }
 
 }  // namespace
+
+Message inUseElsewhere(SrTePolicy::PolicyId const& policyId, Wirex::MplsLabel bindingSid) {
+    return {"SRTE_POLICY_INVALID_BSID_IN_USE_OTHER_APPLICATION",
+            endpointText(policyId) + " is unusable: BSID(" + bindingSid.stringValue() +
+                ") already in use by another application"};
+}
 
 Message conflict(SrTePolicy::PolicyId const& refused, SrTePolicy::PolicyId const& holder,
                  Wirex::MplsLabel bindingSid) {
