@@ -159,6 +159,15 @@ TEST_F(GribiTest, AnUpdateOfANextHopTakesItOutAndPutsItBack) {
               "fec3( 3x1) ");
 }
 
+TEST_F(GribiTest, OnlyItsOwnListSpeaksForANextHop) {
+    nextHop(7, {16});
+    auto another = *exported->segmentList(SegmentListId(1));
+    another.segmentListId = SegmentListId(9);
+    exported->segmentListIs(another);
+    status->statusIs(SegmentListId(9), SegmentListResolveError::noError);
+    EXPECT_EQ(gribi(), "nh7>13-1 ");
+}
+
 TEST_F(GribiTest, ALabelFollowsItsEntryToAnotherGroup) {
     twoNextHops();
     TraceLines traces(machines);
