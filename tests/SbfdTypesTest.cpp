@@ -79,6 +79,16 @@ TEST(SbfdTypes, PrintedFormsParseBack) {
               "vrf red tunnel 13-7 discriminator 9");
 }
 
+TEST(SbfdTypes, DumpsAreOneLineForEachRow) {
+    SbfdInputConfig input;
+    SegmentListSbfdConfig const config{key(7), rd(9), params(50, 3)};
+    EXPECT_TRUE(input.configIs(config));
+    EXPECT_EQ(dumpOf(input), "  configs #1 \n    " + config.stringValue() + "\n");
+    SbfdStatusToRemoteDiscriminator discriminators;
+    discriminators.configIs(key(7), {{}, {}, rd(9)});
+    EXPECT_EQ(dumpOf(discriminators), "  sbfdkey:" + keyText + " => RD:9\n");
+}
+
 TEST(SbfdSessionUser, TheFastestPairIsKnownAtEverySize) {
     struct {
         char const* what;
