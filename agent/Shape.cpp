@@ -22,11 +22,14 @@ std::string range(Count count) {
     return std::to_string(count.min) + " to " + std::to_string(count.max);
 }
 
-void refuseUnknownKey(Node::Member const& member, std::string const& what,
+void refuseUnknownKey(Node::Member& member, std::string const& what,
                       std::vector<std::string> const& known, Findings& findings) {
     auto hint = didYouMean(member.key, known);
     if (hint.empty()) hint = ", expected one of " + quotedList(known);
     findings.add(member.keyMark, "unknown key `" + member.key + "` in " + what + hint);
+    // Elsewhere the key may be known, so that whoever reads the record would take the value for
+    // checked.
+    member.value.kind = Node::Kind::invalid;
 }
 
 }  // namespace

@@ -74,6 +74,8 @@ TEST(ScenarioReader, ProposesTheKeyThatWasMeant) {
         {"polices: {}", "1:1: unknown key `polices` in a scenario, did you mean `policies`?"},
         {route("[{if: e1, nhop: 1.1.1.1}]"),
          "1:21: unknown key `nhop` in a via, did you mean `nhg`?"},
+        {"ti-lfa: {t: {primary: {nh: 1.1.1.1, nhg: pop}}}",
+         "1:37: unknown key `nhg` in a path, did you mean `nh`?"},
         {candidate("lists: {l1: {labels: [1], cost: 3}}"),
          "1:70: unknown key `cost` in a segment list, expected one of `labels`, `weight`"},
         {"events: [{at: 1s, reboot: true}]",
