@@ -89,6 +89,7 @@ private:
     std::uint64_t runsAtOnce_ = 0;
     std::optional<std::uint64_t> yieldAfter_;
     std::set<Time> cloggedRuns_;
+    std::set<Time> times_;  // at which anything happened, in the last second
 
     std::map<std::pair<FecId, Tunnel::TunnelTable::TunnelId>, std::uint64_t> gaps_;
     std::map<Wirex::MplsLabel, Key> holders_;

@@ -135,8 +135,15 @@ void Invariants::entryWritten(SrTePolicy::PolicyIdEntry const* before,
 
 void Invariants::statusWritten(SrTePolicy::PolicyStatusEntry const* before,
                                SrTePolicy::PolicyStatusEntry const* now) {
+    using Entry = SrTePolicy::PolicyStatusEntry;
+    // A FEC with an explicit null comes and goes with the wish for one.
+    auto const renumbered = [=](FecId Entry::*fec) {
+        return before->*fec != now->*fec && before->*fec != before->labelFecId &&
+               now->*fec != now->labelFecId;
+    };
     if (before &&
-        (!now || now->labelFecId != before->labelFecId || now->bindingSid != before->bindingSid)) {
+        (!now || now->labelFecId != before->labelFecId || now->bindingSid != before->bindingSid ||
+         renumbered(&Entry::v4FecId) || renumbered(&Entry::v6FecId))) {
         withdrawn_.insert(before->key);
     }
     if (!now) return;
