@@ -30,6 +30,15 @@ TEST_F(PolicyPublishSmTest, AnActiveCandidateBecomesFecsAStatusAndRows) {
                             "Processed 1 publish entries, delay task: 0"));
 }
 
+TEST_F(PolicyPublishSmTest, AnotherBindingSidMovesNothingElse) {
+    publish(P, {.bsid = 1000, .enlp = 0});
+    clock.nowIs(clock.now() + 7);
+    log.clear();
+    publish(P, {.bsid = 1001, .enlp = 0});
+    EXPECT_EQ(published(), "10.0.0.1/1 candidate 1 bsid 1001 fecs 0 0 1 since 1000\n");
+    EXPECT_THAT(log, ElementsAre("+status 10.0.0.1/1"));
+}
+
 TEST_F(PolicyPublishSmTest, APolicyWithoutActiveIsWithdrawn) {
     config->coloredRib.valueIs(true);
     publish(P, {.bsid = 1000, .enlp = 1});

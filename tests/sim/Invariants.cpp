@@ -24,7 +24,10 @@ Invariants::Invariants(World& world) : world_(world), journal_(world), model_(wo
 void Invariants::handle(Did did) {
     prepare(did);
     check(did);
-    if (did == Did::wrote) model_.inputsWritten();
+    if (did == Did::wrote) {
+        model_.inputsWritten();
+        ++inputWrites_;
+    }
     if (did == Did::crashed || did == Did::stopped) journal_.agentGone();
     if (did == Did::crashed && atRest_ && !rowsAwaitThePoll()) {
         unchangedSince_ = journal_.survivingWrites();
@@ -36,8 +39,12 @@ void Invariants::handle(Did did) {
 
 void Invariants::prepare(Did did) {
     if (did == Did::began) agentBegan();
+    if (did == Did::started && std::exchange(firstStepIsDue_, false)) {
+        largestList_ = largestNamedList();
+    }
     if (did == Did::wrote) unchangedSince_.reset();
     if (did != Did::stopped && !world_.damaged()) return;
+    withdraws_ = true;
     unchangedSince_.reset();
     gaps_.clear();
     holders_.clear();
@@ -54,7 +61,7 @@ void Invariants::agentBegan() {
     for (auto const& [protocol, source] : each(world_.tables().sources->policyInput())) {
         receivedAll(protocol);
     }
-    largestList_ = largestNamedList();
+    firstStepIsDue_ = true;
 }
 
 /// A row of the tunnel map that goes when somebody looks again: its counter has gone.
@@ -67,6 +74,8 @@ bool Invariants::rowsAwaitThePoll() const {
 }
 
 void Invariants::check(Did did) {
+    // The end withdraws everything.
+    if (did == Did::stopped) failure_.clear();
     if (!failure_.empty()) throw Violation{failure_};
     hold(journal_.idleWrite().empty(), "everyNotificationTellsOfAChange: not in",
          journal_.idleWrite());
@@ -88,6 +97,7 @@ void Invariants::check(Did did) {
 /// Then the next stretch begins.
 void Invariants::rested() {
     whatCarriesTrafficIsKept();
+    whatStaysIsNotWithdrawn();
     model_.rested(std::exchange(withdrawn_, {}), journal_.writes() != writesAtRest_);
     timesMoveWithTheirCause();
     writesAtRest_ = journal_.writes();
@@ -186,6 +196,15 @@ void Invariants::whatCarriesTrafficIsKept() const {
     }
 }
 
+/// A row that the inputs asked for before and after their one change was there all the time.
+void Invariants::whatStaysIsNotWithdrawn() {
+    auto const gone = journal_.goneForAMoment();
+    hold(withdraws_ || inputWrites_ > 1 || gone.empty(), "whatStaysIsNotWithdrawn: not", gone);
+    withdraws_ = false;
+    inputWrites_ = 0;
+    journal_.stretchBegins();
+}
+
 void Invariants::aClogHoldsTasksBack() {
     cloggedRuns_.insert(world_.now());
     // What an earlier run left goes all the same.
@@ -220,7 +239,8 @@ void Invariants::timesMoveWithTheirCause() {
         auto const before = creationTimes_.find(id);
         auto const received = receivedAt_.find(id);
         if (received != receivedAt_.end()) {
-            hold(info.creationTime >= seconds(received->second) - 1e-6,
+            hold(info.creationTime >= seconds(received->second) - 1e-6 &&
+                     info.creationTime <= seconds(world_.now()) + 1e-6,
                  "timesMoveWithTheirCause: received since", id);
         } else {
             hold(before != creationTimes_.end() && before->second == info.creationTime,

@@ -52,6 +52,7 @@ private:
     std::uint64_t lowestFreeFec();
     void aHolderIsNotDisplaced();
     void whatCarriesTrafficIsKept() const;
+    void whatStaysIsNotWithdrawn();
     void aClogHoldsTasksBack();
     void whoWaitsComesBackInATenth();
     void timesMoveWithTheirCause();
@@ -65,12 +66,14 @@ private:
     void receivedAll(SrTePolicy::Protocol protocol);
     void listAdded(SrTePolicy::SegmentListId id);
     SrTePolicy::SegmentListId largestNamedList() const;
+    void ownerWritten(Tunnel::TunnelTable::TunnelId id, Key const& before,
+                      SrTePolicy::TunnelIdToPolicyKeyEntry const* now);
     void listStatusWritten(SrTePolicy::SegmentListId id);
     void entryWritten(SrTePolicy::PolicyIdEntry const* before,
                       SrTePolicy::PolicyIdEntry const* now);
     void statusWritten(SrTePolicy::PolicyStatusEntry const* before,
                        SrTePolicy::PolicyStatusEntry const* now);
-    void labelFecOrRouteGone(auto const& isOf);
+    void fecOrRouteGone(auto const& isOf);
     void wishWritten(SrTePolicy::PolicyIdEntry const& entry);
     void usabilityWritten();
     bool carriesTraffic(Key const& key, Wirex::MplsLabel bindingSid) const;
@@ -86,6 +89,8 @@ private:
     std::optional<std::uint64_t> unchangedSince_;  // the writes at a crash out of rest
     std::uint64_t writesAtRest_ = 0;
     bool atRest_ = false;
+    std::uint64_t inputWrites_ = 0;  // since the last rest
+    bool withdraws_ = false;         // for another reason than an input
     std::uint64_t runsAtOnce_ = 0;
     std::optional<std::uint64_t> yieldAfter_;
     std::set<Time> cloggedRuns_;
@@ -97,7 +102,8 @@ private:
     std::map<std::uint64_t, int> fecUses_;                   // the tables that name a number
     std::map<std::uint64_t, Time> heldBack_;
     SrTePolicy::SegmentListId largestList_;
-    std::uint64_t lists_ = 0;  // that there ever were
+    bool firstStepIsDue_ = false;  // of a start: it looks what tables name
+    std::uint64_t lists_ = 0;      // that there ever were
 
     std::map<Key, Wirex::MplsLabel> kept_;  // carrying traffic since the last rest
     std::set<Key> withdrawn_;               // since the last rest, if only for a moment

@@ -24,12 +24,13 @@ void Invariants::watchOutputs() {
     watches_.addRows(index, index, membership, fecNamed);
     watches_.add(fecs, [&](FecId id) {
         if (fecs.has(id)) return;
-        labelFecOrRouteGone([id](auto const& entry) { return entry.labelFecId == id; });
+        fecOrRouteGone([id](auto const& entry) {
+            return entry.labelFecId == id || entry.v4FecId == id || entry.v6FecId == id;
+        });
     });
     watches_.add(tables.bindingSidLfib->rows(), [&](Mpls::RouteKey key) {
         if (tables.bindingSidLfib->rows().has(key)) return;
-        labelFecOrRouteGone(
-            [key](auto const& entry) { return entry.bindingSid == key.topLabel(); });
+        fecOrRouteGone([key](auto const& entry) { return entry.bindingSid == key.topLabel(); });
     });
     auto const& lists = tables.exportedLists->segmentList();
     watches_.addRows(lists, lists, membership, [this](SegmentListId id, auto* before, auto* now) {
@@ -40,6 +41,10 @@ void Invariants::watchOutputs() {
     watches_.add(tables.segmentListStatus->statusWithSbfd(),
                  [this](auto const&) { usabilityWritten(); });
     watches_.add(tables.config->policy(), [this](Key const&) { usabilityWritten(); });
+    auto const& owners = tables.tunnelMap->entry();
+    watches_.addRows(owners, owners, whole, [this](auto id, auto* before, auto* now) {
+        if (before) ownerWritten(id, before->policyKey, now);
+    });
     auto const& status = tables.policyStatus->policyStatusEntry();
     watches_.addRows(status, status, whole,
                      [this](auto const&, auto* before, auto* now) { statusWritten(before, now); });
@@ -79,7 +84,7 @@ void Invariants::receivedAll(SrTePolicy::Protocol protocol) {
 }
 
 /// A run of the agent hands out ever larger identities, from the largest one on that any table
-/// names when it begins.
+/// names at its first step.
 void Invariants::listAdded(SegmentListId id) {
     ++lists_;
     if (id <= largestList_) failure_ = "anIdentityIsNotReused: list " + id.stringValue();
@@ -89,12 +94,24 @@ void Invariants::listAdded(SegmentListId id) {
 SegmentListId Invariants::largestNamedList() const {
     SegmentListId largest;
     auto const name = [&largest](Tunnel::TunnelTable::TunnelId id) {
+        if (id.type() != Tunnel::TunnelTable::TunnelType::srTeSegmentList) return;
         largest = std::max(largest, Agent::segmentListOf(id));
     };
     auto const& tables = world_.tables();
-    auto const& status = tables.segmentListStatus->status();
+    auto const& statuses = *tables.segmentListStatus;
     for (auto const& [id, list] : each(tables.exportedLists->segmentList())) name(id.getTunnelId());
-    for (auto const& [id, error] : each(status)) name(id.getTunnelId());
+    for (auto const& [id, error] : each(statuses.status())) name(id.getTunnelId());
+    for (auto const& [key, error] : each(statuses.statusWithSbfd())) {
+        name(key.segmentListId.getTunnelId());
+    }
+    for (auto const& [key, settings] : each(tables.sbfdInputConfig->config())) {
+        name(key.segmentListId.getTunnelId());
+    }
+    for (auto const& [key, timers] : each(tables.bfdSessions->session())) name(key.peer.tunnelId);
+    for (auto const& [peer, state] : each(tables.bfdPeers->peer())) name(peer.tunnelId);
+    for (auto const& [id, owner] : each(tables.tunnelMap->entry())) name(id);
+    for (auto const& [id, counter] : each(tables.tunnelCounters->tunnelCounter())) name(id);
+    for (auto const& [hop, id] : each(tables.nextHopTunnels->nhToTunnelMap())) name(id);
     for (auto const& [id, tunnel] : each(tables.segmentListTunnels->entry())) name(id);
     for (auto const& [id, fec] : each(tables.forwarding->fec())) {
         for (auto const& via : fec.vias()) name(via.tunnelId());
@@ -118,6 +135,19 @@ void Invariants::listStatusWritten(SegmentListId id) {
         failure_ = "tunnelsComeBeforeTheirStatus: not of " + id.stringValue();
     }
     usabilityWritten();
+}
+
+/// While a tunnel is counted, traffic is told of by the policy that last used it.
+void Invariants::ownerWritten(Tunnel::TunnelTable::TunnelId id, Key const& before,
+                              SrTePolicy::TunnelIdToPolicyKeyEntry const* now) {
+    if (world_.damaged()) return;
+    bool const passes = now && now->policyKey != before;
+    if (passes && (!world_.isUsed(id, now->policyKey) || world_.isUsed(id, before))) {
+        failure_ = "aTunnelKeepsItsPolicy: not " + id.stringValue();
+    }
+    if (!now && world_.tables().tunnelCounters->tunnelCounter(id)) {
+        failure_ = "aCountedTunnelKeepsItsRow: not " + id.stringValue();
+    }
 }
 
 /// A version grows exactly with what it tells of.
@@ -159,7 +189,7 @@ void Invariants::statusWritten(SrTePolicy::PolicyStatusEntry const* before,
     }
 }
 
-void Invariants::labelFecOrRouteGone(auto const& isOf) {
+void Invariants::fecOrRouteGone(auto const& isOf) {
     for (auto const& [key, entry] : each(world_.tables().policyStatus->policyStatusEntry())) {
         if (isOf(entry)) withdrawn_.insert(key);
     }

@@ -61,16 +61,34 @@ void Journal::note(Watches& watches, std::string const& name, Table const& table
                         if constexpr (std::equality_comparable<Row>) {
                             changed = before && now ? !(*before == *now) : before != now;
                         }
-                        this->wrote(name, textOf(key), now, changed);
+                        this->wrote(name, textOf(key), before, now, changed);
                     });
 }
 
-void Journal::wrote(std::string const& table, std::string const& key, bool present, bool changed) {
+void Journal::wrote(std::string const& table, std::string const& key, bool was, bool present,
+                    bool changed) {
     ++writes_;
     wrote_.find(table)->second = true;
     auto const now = static_cast<std::uint64_t>(world_.now().count());
     hash_ = SrTePolicy::seededHash(hash_, now, digest(table), digest(key), std::uint64_t{present});
     if (!changed && idleWrite_.empty()) idleWrite_ = table + ' ' + key;
+    auto& row = rows_.try_emplace({table, key}, Written{was}).first->second;
+    row.present = present;
+    if (!present) row.gone = true;
+}
+
+std::string Journal::goneForAMoment() const {
+    std::string found;
+    for (auto const& [name, row] : rows_) {
+        auto const& [table, key] = name;
+        // A next hop that is written again gets another list by way of none, policies may contend
+        // for a route, and lists may rest on one: whatever rests on them follows.
+        bool const othersFollow =
+            table == "next-hop" || table == "status" || table.ends_with("route");
+        if (othersFollow && (row.gone || !row.was)) return {};
+        if (row.was && row.gone && row.present) found = table + ' ' + key;
+    }
+    return found;
 }
 
 bool Journal::wrote(std::initializer_list<char const*> tables) const {

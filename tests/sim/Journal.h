@@ -67,6 +67,9 @@ public:
     void stepDone();
     /// The first notification that told of no change: its table and key, or nothing.
     std::string const& idleWrite() const { return idleWrite_; }
+    /// A row that was there when the stretch began, went, and is there again, or nothing.
+    std::string goneForAMoment() const;
+    void stretchBegins() { rows_.clear(); }
     /// Of everything written and logged so far.
     std::uint64_t hash();
 
@@ -74,9 +77,15 @@ private:
     template <class Table, class Key>
     void note(Watches& watches, std::string const& name, Table const& table,
               Quor::Subject<Key> const& subject);
-    void wrote(std::string const& table, std::string const& key, bool present, bool changed);
+    void wrote(std::string const& table, std::string const& key, bool was, bool present,
+               bool changed);
+
+    struct Written {
+        bool was, gone = false, present = false;
+    };
 
     World const& world_;
+    std::map<std::pair<std::string, std::string>, Written> rows_;  // written in this stretch
     std::uint64_t writes_ = 0, survivingWrites_ = 0;
     std::map<std::string, bool, std::less<>> wrote_;  // by table, since the last step
     std::uint64_t hash_ = 0;

@@ -1,4 +1,5 @@
 #include <array>
+#include <utility>
 
 #include "tests/sim/Universe.h"
 
@@ -50,15 +51,23 @@ std::vector<LfibMplsVia> viasAt(Number kind, Number more, MplsLabel label) {
         case 1:
             return {hop(0, MplsLabelAction::swap, same), hop(1, MplsLabelAction::swap, same),
                     hop(more % 3, MplsLabelAction::swap, same)};
-        case 2: return {hop(more, MplsLabelAction::swap, implicitNull)};
+        case 2: {
+            auto via = hop(more, MplsLabelAction::swap, implicitNull);
+            if (more % 8 == 7) via.intf = {};
+            return {via};
+        }
         case 3: return {hop(0, MplsLabelAction::push, stackOf(more % 10))};
         case 4:
             return {more % 4 ? hop(0, MplsLabelAction::pop, stackOf(more % 3))
                              : over(IntfId::physical("et1"), {}, MplsLabelAction::pop)};
         case 5: return {over(tunnel(more), stackOf(more / 3 % 3))};
-        case 6:
-            return {over(tunnel(more), same), hop(0, MplsLabelAction::swap, same),
-                    over(tunnel(more + 1), {}, MplsLabelAction::pop)};
+        case 6: {
+            std::vector<LfibMplsVia> vias{over(tunnel(more), same),
+                                          hop(0, MplsLabelAction::swap, same),
+                                          over(tunnel(more + 1), {}, MplsLabelAction::pop)};
+            if (more % 2) std::swap(vias[0], vias[1]);
+            return vias;
+        }
         default: break;
     }
     auto const foreign = IntfId::dynamicTunnel(TunnelId::make(TunnelType(10), 77).value());
@@ -117,7 +126,9 @@ TunnelId tiLfaAt(Number place) {
 }
 
 Tunnel::TunnelTable::TiLfaTunnelTableEntry tiLfaEntryAt(Number place, Number content) {
-    auto const action = content % 2 ? MplsLabelAction::swap : MplsLabelAction::push;
+    using enum MplsLabelAction;
+    constexpr std::array actions{push, swap, push, swap, push, pop, none};
+    auto const action = actions[content % actions.size()];
     auto const via = [&](Number number, Number size, bool withNull) {
         auto stack = stackOf(size);
         if (withNull) stack.push(MplsLabel::implicitNull());

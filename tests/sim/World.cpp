@@ -120,8 +120,10 @@ bool World::mayPoll() const {
     return false;
 }
 
-bool World::isUsed(Tunnel::TunnelTable::TunnelId tunnelId) const {
+bool World::isUsed(Tunnel::TunnelTable::TunnelId tunnelId,
+                   std::optional<SrTePolicy::PolicyKey> const& key) const {
     for (auto const& [id, entry] : each(tables_.selectionInput->policyIdEntry())) {
+        if (key && id.key != *key) continue;
         for (auto const& list : entry.wSegmentList) {
             if (list.segmentListId.getTunnelId() == tunnelId) return true;
         }

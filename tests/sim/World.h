@@ -73,7 +73,9 @@ public:
     bool atRest() const;
     /// Whether the tunnel map may look at counters again when time goes by.
     bool mayPoll() const;
-    bool isUsed(Tunnel::TunnelTable::TunnelId tunnelId) const;
+    /// By a valid candidate, of `key` if that is given.
+    bool isUsed(Tunnel::TunnelTable::TunnelId tunnelId,
+                std::optional<SrTePolicy::PolicyKey> const& key = std::nullopt) const;
     /// When the next task that waits for the clock is due.
     std::optional<Agent::Time> nextExpiration() const;
 
