@@ -196,6 +196,25 @@ TEST_F(PolicyInputSmTest, WhatMayStandInForOldListsComesFirst) {
     offer({.discriminator = 4, .lists = {{{19}}}});
     scheduler->runOne();
     EXPECT_THAT(takeLog(), ElementsAre("+PBGP4", "+PBGP3"));
+
+    route(1000);
+    offer({.discriminator = 4, .bsid = 1000});
+    EXPECT_EQ(run(), "-PBGP4");
+    router.routeDel(1000);  // it may come again
+    withdraw({.discriminator = 3});
+    scheduler->runOne();
+    EXPECT_THAT(takeLog(), ElementsAre("+PBGP4", "-PBGP3"));
+}
+
+TEST_F(PolicyInputSmTest, ARouteThatStaysOnABindingSidIsToldOfOnce) {
+    route(1000);
+    offer({.bsid = 1000});
+    run();
+    EXPECT_EQ(syslog.take().size(), 1u);
+    clock.advance(1);
+    route(1000);
+    run();
+    EXPECT_THAT(syslog.take(), IsEmpty());
 }
 
 TEST_F(PolicyInputSmTest, RunsTraceWhatTheyDo) {

@@ -117,6 +117,18 @@ TEST_F(PolicyPublishSmTest, TheFirstHolderKeepsABindingSid) {
 
     withdraw(Q);  // the lowest competitor takes over
     EXPECT_EQ(published(), "10.0.0.1/1 candidate 4 bsid 1000 fecs 1 1 1 since 1000\n");
+
+    auto const last = key("10.0.0.4");
+    publish(last, {.bsid = 1000});
+    for (auto const& gone : {P, R}) unselect(gone);  // whose turn it was went, too
+    run();
+    EXPECT_THAT(published(), testing::StartsWith("10.0.0.4/1 candidate 1 bsid 1000 "));
+
+    for (auto const& waiting : {P, R}) publish(waiting, {.bsid = 1000});
+    clock.nowIs(clock.now() + 1);
+    syslog.take();
+    withdraw(P);  // who comes next is tried, and told, again
+    EXPECT_EQ(syslog.take().size(), 1u);
 }
 
 TEST_F(PolicyPublishSmTest, WhatNoFecCanExpressIsNotPublished) {
@@ -164,6 +176,16 @@ TEST_F(PolicyPublishSmTest, TheColoredRibFollowsItsSettingsInSlices) {
               "14-4294967296 10.0.0.1/32 color 1 preference 5\n"
               "14-4294967298 2001:db8::1/128 color 7 preference 5\n"
               "14-4294967299  color 1 preference 5\n");
+
+    config->coloredRibPreference.valueIs(6);
+    scheduler->runOne();
+    config->coloredRibPreference.valueIs(7);  // the walk begins anew
+    scheduler->runOne();
+    unselect(P);  // at the bookmark
+    run();
+    EXPECT_EQ(tunnels(),
+              "14-4294967298 2001:db8::1/128 color 7 preference 7\n"
+              "14-4294967299  color 1 preference 7\n");
 }
 
 TEST_F(PolicyPublishSmTest, TheColoredRibWalkStopsWithTheMachine) {

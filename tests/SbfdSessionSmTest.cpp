@@ -174,6 +174,18 @@ TEST_F(SbfdSessionSmTest, PeersOfOthersAreNotLookedAt) {
     EXPECT_DEATH(configure(Q, 1, pair(50, 3), 8), "invalid bfd operstate");
 }
 
+TEST_F(SbfdSessionSmTest, SessionsOfOtherApplicationsAreLeftAlone) {
+    Bfd::Timers const timers{Bfd::BfdInterval(50), Bfd::BfdMultiplier(3)};
+    for (auto const* const app : {"another", "us", "yet another"}) {
+        appConfig->sessionIs({Bfd::AppName(app), peer(1, 7)}, timers);
+    }
+    start();
+    EXPECT_EQ(outputs(), "another 1@7:50x3 yet another 1@7:50x3 ");
+    configure(P, 1, pair(50, 3));
+    sm->handleDel();
+    EXPECT_EQ(outputs(), "another 1@7:50x3 yet another 1@7:50x3 ");
+}
+
 TEST_F(SbfdSessionSmTest, PoliciesShareASessionAtTheFastestPair) {
     start();
     plain(1, noError);
