@@ -192,6 +192,8 @@ TEST_F(GribiTest, OnlyPresentMembersAreFollowed) {
     label(900, 11);
     EXPECT_THAT(dump(), testing::HasSubstr("nhgIdToLabelsMaps #1 \n  nhgId 11\n"));
     groupDel(10);  // its identifier is held back for 300 seconds
+    EXPECT_THAT(dump(),
+                testing::HasSubstr("nhToNhgMap #1 \n  nextHopId 2\n  nextHopGroupId 11 \n"));
     clock.advance(299);
     group(12, {{1, 7}});
     clock.advance(2);
@@ -292,21 +294,23 @@ TEST_F(GribiTest, EitherFlagStopsAndBothStart) {
 }
 
 // Rows that a crash left behind: of groups, next hops and labels that have gone, FECs that no row
-// names, and rows whose FEC is missing or not in the range.
+// names, and rows whose FEC is missing or not in the range. A group has come meanwhile.
 TEST_F(GribiTest, AStartRewritesInPlaceThenSweeps) {
     twoNextHops();
     group(12, {{1, 1}});
     label(902, 12);
     crash();
     groupDel(12);
+    group(13, {{1, 1}});
     labelDel(902);
     fwdStatus->fecDel(range.indexToFecId(1));  // of group 11
-    for (auto const stale : {range.indexToFecId(9), FecId(0x0600000200000005)}) {
+    for (auto const stale : {range.indexToFecId(3), FecId(0x0600000200000005)}) {
         fwdStatus->fecCommit(Pooltab::Fib::Fec(stale));
     }
     FecId const policyFec(0x0f00000100000000);
     fwdStatus->fecCommit(Pooltab::Fib::Fec(policyFec));
-    gribiStatus->nhgToFecEntryIs(NextHopGroupId(15), FecId(0x0f00000300000006));
+    gribiStatus->nhgToFecEntryIs(NextHopGroupId(15), FecId(0x0f00000300000000));
+    gribiStatus->nhgToFecEntryIs(NextHopGroupId(16), FecId(0x0f00000300000005));
     tunnelMap->nhToTunnelMapIs(NextHopId(), SegmentListId(9).getTunnelId());
     Mpls::LfibWriter(gribiLfib).lfibRouteIs(routeOver(16, {}));
     startAgain();
@@ -314,21 +318,26 @@ TEST_F(GribiTest, AStartRewritesInPlaceThenSweeps) {
     takeLog();
     TraceLines traces(machines);
     root = newRoot();
-    EXPECT_THAT(takeLog(),
-                ElementsAre("-nh18446744073709551615", "+fec1", "-fec2", "-nhg12", "-nhg15",
-                            "-0x0600000200000005", "-fec9", "-route16", "-route902"));
+    EXPECT_THAT(takeLog(), ElementsAre("-nh18446744073709551615", "+fec1", "+fec4", "+nhg13",
+                                       "-fec2", "-nhg12", "-nhg15", "-nhg16", "-0x0600000200000005",
+                                       "-fec3", "-route16", "-route902"));
     EXPECT_THAT(traces.take(),
                 IsSupersetOf({"starting GribiRootSm", "handleInitialized",
                               "cleanupUnusedGribiStatus", "GribiLfibGenSm initialized",
                               "Cleanup stale LFIB entries", "Removed LFIB entry for label: 16"}));
     EXPECT_TRUE(fwdStatus->fecDel(policyFec));
+    clock.advance(301);
+    takeLog();
+    for (auto const id : {17u, 18u, 19u}) group(id, {{1, 1}});
+    EXPECT_THAT(takeLog(), ElementsAre("+fec2", "+nhg17", "+fec3", "+nhg18", "+fec5", "+nhg19"));
+    for (auto const id : {13u, 17u, 18u, 19u}) groupDel(id);
 
     twoNextHops();
     crash();
     config->enabled.valueIs(false);
     takeLog();
     restart();
-    EXPECT_THAT(takeLog(), ElementsAre("-route900", "-route901", "-fec0", "-fec3", "-nhg10",
+    EXPECT_THAT(takeLog(), ElementsAre("-route900", "-route901", "-fec0", "-fec6", "-nhg10",
                                        "-nhg11", "-nh1", "-nh2"));
     drain();
     EXPECT_EQ(outputs(), "");

@@ -62,6 +62,16 @@ TEST_F(NumAllocatorTest, ARangeNeedNotBeginOrEndWithAWord) {
     EXPECT_DEATH(rangeIs({0, invalid}), "range.max < NumAllocator::invalidNumber");
 }
 
+TEST_F(NumAllocatorTest, NoNumberIsHeldBackForLess) {
+    allocate(1);
+    clock.nowIs(0.009);  // in the middle of a tick
+    allocator->releaseNumber(0);
+    clock.nowIs(holdBack);
+    EXPECT_EQ(allocator->allocate(), 1u);
+    clock.nowIs(holdBack + 0.01);
+    EXPECT_EQ(allocator->allocate(), 0u);
+}
+
 TEST_F(NumAllocatorTest, ASuccessorGoesOnFromTheStatus) {
     allocate(3);
     allocator->releaseNumber(1);

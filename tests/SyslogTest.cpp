@@ -68,10 +68,13 @@ TEST_F(SyslogTest, AnEqualTextIsHeldBackForItsRepeatInterval) {
     clock.nowIs(6.3);
     Syslog::emit(plain);
     EXPECT_EQ(sent.size(), 5u);
+    for (auto other = 0u; other < 1000; ++other) Syslog::emit(linkDown, "et1", other, 0);
+    Syslog::emit(plain);  // however much was sent meanwhile
+    EXPECT_EQ(sent.size(), 1005u);
 
     Syslog::limiterClear();
     Syslog::emit(plain);
-    EXPECT_EQ(sent.size(), 6u);
+    EXPECT_EQ(sent.size(), 1006u);
 }
 
 TEST(DumpContextTest, PrintsAnyLengthAtTheEnd) {

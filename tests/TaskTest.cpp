@@ -214,6 +214,15 @@ TEST_F(BacklogTest, ARangeErrorCostsItsKeyAndNoOther) {
     EXPECT_TRUE(backlog.empty());
 }
 
+TEST_F(BacklogTest, AMarkThatItsOwnKeyRaisesIsWorkedOn) {
+    int left = 1;
+    then = [&](int key) {
+        if (key == 2 && left-- > 0) backlog.markAndSchedule(2, true);
+    };
+    mark({1, 2, 3});
+    EXPECT_EQ(run(), "1 2 3 ; 2! ; ");
+}
+
 TEST_F(BacklogTest, MayEndInsideItsOwnRun) {
     then = [&](int key) {
         if (key == 2) backlog.stop();

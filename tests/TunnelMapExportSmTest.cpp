@@ -129,6 +129,16 @@ TEST_F(TunnelMapExportSmTest, ThePollGoesOnWhereItYielded) {
     EXPECT_EQ(outputs(), " 1:1 4:1");
     poll();
     EXPECT_EQ(outputs(), " 1:1");
+
+    counted({2});
+    uses(candidate(1), {2});
+    leaves(candidate(1));
+    poll();                      // has looked at 1
+    uses(candidate(1), {1, 2});  // nothing waits now
+    leaves(candidate(1));
+    uncounted(1);
+    poll();
+    EXPECT_EQ(outputs(), " 2:1");
 }
 
 TEST_F(TunnelMapExportSmTest, TheEndEmptiesTheTableAlsoOfWhatWaits) {
