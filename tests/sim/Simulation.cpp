@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "tests/sim/Invariants.h"
+#include "tests/sim/Universe.h"
 
 namespace Sim {
 
@@ -59,13 +60,16 @@ private:
         auto const& tables = world_.tables();
         outcome_.rows = observedRows(tables, world_.machines()->tables());
         outcome_.witnesses = witnesses(tables);
-        for (auto const& place : {0u, 1u, 2u, 3u}) take({Kind::source, place});
-        take({Kind::gribi, 0, 1});
+        for (Number place = 0; place < protocolCount; ++place) take({Kind::source, place});
+        for (Number place = 0; place < incomingLabelCount; ++place) take({Kind::label, place});
+        for (Number place = 0; place < groupCount; ++place) take({Kind::group, place});
+        for (Number place = 0; place < nextHopCount; ++place) take({Kind::nextHop, place});
         while (!tables.tunnelCounters->tunnelCounter().empty()) take({Kind::counter});
         // The tunnel map looks once a second, and may yield at each tunnel.
         for (int polls = 0; world_.mayPoll() && polls < 64; ++polls) take({Kind::wait, 0, 1});
-        nothingIsLeft(tables, world_.machines()->tables());
         nothingIsRemembered(*world_.machines());
+        take({Kind::gribi, 0, 1});
+        nothingIsLeft(tables, world_.machines()->tables());
     }
 
     Outcome outcome_;

@@ -177,9 +177,13 @@ void nothingIsRemembered(Agent::Machines const& machines) {
     Keel::DumpContext dump;
     machines.segmentListSm().dumpState(dump, 2);
     machines.inputSm().dumpState(dump, 2);
+    machines.sbfdInputSm().dumpState(dump, 2);
+    machines.sbfdSessionSm().dumpState(dump, 2);
     machines.selectionSm().dumpState(dump, 2);
     machines.publishSm().dumpState(dump, 2);
     machines.lfibGenSm().dumpState(dump, 2);
+    machines.tunnelMapSm().dumpState(dump, 2);
+    machines.gribiRoot()->dumpState(dump, 2);
     auto const& text = dump.text();
     auto const forEachAfter = [&text](std::string_view mark, auto const& check) {
         for (auto at = text.find(mark); at != text.npos; at = text.find(mark, at + 1)) {
@@ -192,7 +196,7 @@ void nothingIsRemembered(Agent::Machines const& machines) {
     forEachAfter("Bookmark: endpoint ", [&text](char next) {
         hold(next == ' ', "nothingIsRemembered: a bookmark", text);
     });
-    for (auto const* const trace : {"bsid: ", "segmentId: "}) {
+    for (auto const* const trace : {"bsid: ", "segmentId: ", "sbfdkey:"}) {
         hold(text.find(trace) == text.npos, "nothingIsRemembered: something", text);
     }
 }
