@@ -304,7 +304,7 @@ TEST_F(GribiTest, AStartRewritesInPlaceThenSweeps) {
     group(13, {{1, 1}});
     labelDel(902);
     fwdStatus->fecDel(range.indexToFecId(1));  // of group 11
-    for (auto const stale : {range.indexToFecId(3), FecId(0x0600000200000005)}) {
+    for (auto const stale : {range.indexToFecId(3), FecId(0x0600000200000009)}) {
         fwdStatus->fecCommit(Pooltab::Fib::Fec(stale));
     }
     FecId const policyFec(0x0f00000100000000);
@@ -319,7 +319,7 @@ TEST_F(GribiTest, AStartRewritesInPlaceThenSweeps) {
     TraceLines traces(machines);
     root = newRoot();
     EXPECT_THAT(takeLog(), ElementsAre("-nh18446744073709551615", "+fec1", "+fec4", "+nhg13",
-                                       "-fec2", "-nhg12", "-nhg15", "-nhg16", "-0x0600000200000005",
+                                       "-fec2", "-nhg12", "-nhg15", "-nhg16", "-0x0600000200000009",
                                        "-fec3", "-route16", "-route902"));
     EXPECT_THAT(traces.take(),
                 IsSupersetOf({"starting GribiRootSm", "handleInitialized",
