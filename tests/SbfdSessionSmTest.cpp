@@ -182,6 +182,7 @@ TEST_F(SbfdSessionSmTest, SessionsOfOtherApplicationsAreLeftAlone) {
     start();
     EXPECT_EQ(outputs(), "another 1@7:50x3 yet another 1@7:50x3 ");
     configure(P, 1, pair(50, 3));
+    EXPECT_FALSE(sm->sbfdSessionConfig(sbfdKey(Q, 1)) || sm->sbfdSessionStatus(sbfdKey(Q, 1)));
     sm->handleDel();
     EXPECT_EQ(outputs(), "another 1@7:50x3 yet another 1@7:50x3 ");
 }
