@@ -47,7 +47,7 @@ class Variants {
 public:
     explicit Variants(std::uint64_t seed) : random_(seed) {
         for (auto const& event : generate(seed, 80)) {
-            if (event.kind > Kind::bfd) continue;  // no write of a row or of one value
+            if (event.kind > Kind::bfd) continue;  // switches, and what is no write
             written_.push_back({event.kind, event.place, event.content});
             last_[{event.kind, event.place}] = written_.back();
         }
